@@ -1,0 +1,64 @@
+#include "rbaselib/RArrayHelper.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "rbaselib/RBaseAllocator.h"
+
+namespace {
+
+void** Elements(const RArrayHelper::Header* array) {
+  return reinterpret_cast<void**>(const_cast<RArrayHelper::Header*>(array) + 1);
+}
+static_assert(sizeof(RArrayHelper::Header) % alignof(void*) == 0);
+
+RArrayHelper::Header* Grown(RArrayHelper::Header* array, std::int32_t capacity) {
+  const std::size_t bytes = sizeof(RArrayHelper::Header) + static_cast<std::size_t>(capacity) * sizeof(void*);
+  auto* grown = new (RBaseAllocator::Allocate(bytes)) RArrayHelper::Header{RArrayHelper::GetCount(array), capacity};
+  if (array) std::copy_n(Elements(array), array->count, Elements(grown));
+  RArrayHelper::Free(array);
+  return grown;
+}
+
+}  // namespace
+
+std::int32_t RArrayHelper::GetNextArraySize(std::int32_t capacity, std::int32_t needed) {
+  const std::int64_t grown = std::int64_t{capacity} + capacity / 2;
+  const std::int64_t wanted = std::max<std::int64_t>({grown, needed, 4});
+  return static_cast<std::int32_t>(std::min<std::int64_t>(wanted, std::numeric_limits<std::int32_t>::max()));
+}
+
+void* RArrayHelper::GetAt(const Header* array, std::int32_t index) {
+  return index >= 0 && index < GetCount(array) ? Elements(array)[index] : nullptr;
+}
+
+bool RArrayHelper::InsertAt(Header*& array, std::int32_t index, void* element) {
+  const std::int32_t count = GetCount(array);
+  if (index < 0 || index > count || count == std::numeric_limits<std::int32_t>::max()) return false;
+  if (!array || count == array->capacity) array = Grown(array, GetNextArraySize(count, count + 1));
+  void** elements = Elements(array);
+  std::move_backward(elements + index, elements + count, elements + count + 1);
+  elements[index] = element;
+  ++array->count;
+  return true;
+}
+
+bool RArrayHelper::RemoveAt(Header* array, std::int32_t index) {
+  const std::int32_t count = GetCount(array);
+  if (index < 0 || index >= count) return false;
+  void** elements = Elements(array);
+  std::move(elements + index + 1, elements + count, elements + index);
+  --array->count;
+  return true;
+}
+
+void RArrayHelper::Clear(Header* array) {
+  if (array) array->count = 0;
+}
+
+void RArrayHelper::Free(Header*& array) {
+  RBaseAllocator::Free(array);
+  array = nullptr;
+}

@@ -1,0 +1,29 @@
+// The host's growable array of pointers.
+#pragma once
+
+#include <cstdint>
+
+#include "rbaselib/RBaseLibExport.h"
+
+/// Growth and release of the host's pointer arrays. An array is a header of two 32-bit numbers followed by the
+/// pointers; an absent array is null and counts as empty.
+struct RBASELIB_API RArrayHelper {
+  struct Header {
+    std::int32_t count = 0;
+    std::int32_t capacity = 0;
+  };
+
+  /// Returns the capacity to grow to so that `needed` elements fit: half as much again, at least 4.
+  static std::int32_t GetNextArraySize(std::int32_t capacity, std::int32_t needed);
+  static std::int32_t GetCount(const Header* array) { return array ? array->count : 0; }
+  /// Returns element `index`, or null outside the array.
+  static void* GetAt(const Header* array, std::int32_t index);
+  /// Inserts before `index` (0 to count), growing and moving the array as needed; false for another index.
+  static bool InsertAt(Header*& array, std::int32_t index, void* element);
+  /// Removes element `index`; false outside the array.
+  static bool RemoveAt(Header* array, std::int32_t index);
+  /// Forgets the elements and keeps the storage.
+  static void Clear(Header* array);
+  /// Releases the storage and sets the array to absent.
+  static void Free(Header*& array);
+};

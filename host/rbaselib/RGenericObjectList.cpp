@@ -1,0 +1,50 @@
+#include "rbaselib/RGenericObjectList.h"
+
+#include <utility>
+
+#include "rbaselib/RObject.h"
+
+RGenericObjectList::RGenericObjectList(const RGenericObjectList& other) {
+  for (int i = 0; i < other.GetCount(); ++i) InternalAdd(other.GetAt(i));
+}
+
+RGenericObjectList::RGenericObjectList(RGenericObjectList&& other) noexcept
+    : mArray(std::exchange(other.mArray, nullptr)) {}
+
+RGenericObjectList& RGenericObjectList::operator=(const RGenericObjectList& other) {
+  if (this != &other) *this = RGenericObjectList(other);
+  return *this;
+}
+
+RGenericObjectList& RGenericObjectList::operator=(RGenericObjectList&& other) noexcept {
+  std::swap(mArray, other.mArray);
+  return *this;
+}
+
+RGenericObjectList::~RGenericObjectList() { RArrayHelper::Free(mArray); }
+
+RObject* RGenericObjectList::GetAt(int index) const {
+  return static_cast<RObject*>(RArrayHelper::GetAt(mArray, index));
+}
+
+int RGenericObjectList::Find(const RObject* object) const {
+  for (int i = 0; i < GetCount(); ++i) {
+    if (GetAt(i) == object) return i;
+  }
+  return -1;
+}
+
+void RGenericObjectList::RemoveAll() { RArrayHelper::Clear(mArray); }
+
+int RGenericObjectList::InternalAdd(RObject* object) { return InternalInsertAt(GetCount(), object); }
+
+int RGenericObjectList::InternalInsertAt(int index, RObject* object) {
+  return RArrayHelper::InsertAt(mArray, index, object) ? index : -1;
+}
+
+int RGenericObjectList::InternalSetAt(int index, RObject* object) {
+  if (!RArrayHelper::RemoveAt(mArray, index)) return -1;
+  return InternalInsertAt(index, object);
+}
+
+bool RGenericObjectList::InternalRemove(RObject* object) { return RArrayHelper::RemoveAt(mArray, Find(object)); }

@@ -1,0 +1,17 @@
+// Messages to the person at the host.
+#pragma once
+
+#include "rbaselib/RBaseLibExport.h"
+
+/// Shows messages. The base prints to standard error; a host replaces the main handler by its own.
+class RBASELIB_API RMessageHandler {
+ public:
+  virtual ~RMessageHandler();
+  /// Shows a warning: "Warning: TITLE: TEXT". Null counts as the empty text.
+  virtual void DisplayWarning(const char* title, const char* text);
+};
+
+/// Returns the main handler, borrowed; never null.
+RBASELIB_API RMessageHandler* GetMainMessageHandler();
+/// Replaces the main handler, which the caller keeps alive; null brings the printing one back. Returns the one before.
+RBASELIB_API RMessageHandler* SetMainMessageHandler(RMessageHandler* handler);

@@ -1,0 +1,115 @@
+// The root class of the host's objects.
+#pragma once
+
+#include <vector>
+
+#include "rbaselib/IVzObjectHolder.h"
+#include "rbaselib/RBaseAllocator.h"
+#include "rbaselib/RCharPointerLessCompare.h"
+#include "rbaselib/RClassDefinition.h"
+#include "rbaselib/RMap.h"
+#include "rbaselib/RPlug.h"
+#include "rbaselib/RString.h"
+
+class RArc;
+class RProperty;
+
+/// The per-class cache of property look-ups: from a property's own static name to its index in the property list.
+/// It never holds an object's pointer, because all objects of a class share it.
+using RPropertyHashMap = RMap<const char*, long long, RCharPointerLessCompare, RBaseAllocator>;
+
+/// Root of the host's object model: class information, life cycle and properties.
+///
+/// Life cycle. Objects are released with `Destroy`, never deleted. The teardown sequence is `SystemDetach`,
+/// `PrepareDestruct`, `Destruct`, `HSDK_UnMap`, and runs once an object. A class that overrides `Destruct` calls
+/// `RunTeardown` in its own destructor, so that its override is reached while the object still is of that class.
+class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
+ public:
+  /// `name` is copied and may be null. `entity` is the host's own companion object, borrowed; it may be null.
+  RObject(const char* name, void* entity);
+  /// A copy shares the entity and the name and starts a life cycle of its own: it has no properties (they belong to
+  /// the class that declares them, which adds them itself) and no host handle.
+  RObject(const RObject& other);
+  RObject& operator=(const RObject& other);
+  ~RObject() override;
+
+  IObject* IQuery(unsigned long id, int reserved) override;
+  RObject* GetHeldObject() override;
+
+  /// Releases the object: deletes a deletable one, else runs `Destruct` only. The argument is reserved.
+  virtual void Destroy(int reserved);
+  /// Gives back what the object holds. Called once by the teardown sequence, or by `Destroy` of an embedded object.
+  virtual void Destruct();
+
+  virtual int GetClassId() const;
+  virtual const char* GetClassIdName() const;
+  virtual const RClassDefinition* GetClassDefinition() const;
+  /// The family that the host files a class under: 0 "Object", 1 "Stream".
+  virtual int GetClassGroupId() const;
+  virtual const char* GetClassGroupName() const;
+  virtual int GetClassSize() const;
+  virtual int GetClassInstanceCount() const;
+  /// Returns whether the object is of the class with that id or of one derived from it.
+  virtual bool Is(int classId) const;
+  /// Returns the property with that name, borrowed, or null. Look-ups are cached for the class.
+  virtual RProperty* FastFindPropertyByName(const char* name) const;
+
+  const char* GetName() const { return mName.GetChars(); }
+  void SetName(const char* name) { mName = name; }
+  void* GetEntity() const { return mEntity; }
+
+  /// Whether `Destroy` deletes the object. True for a new object; the owner of an embedded or stack object clears it.
+  bool IsDeletable() const { return mDeletable; }
+  void SetDeletable(bool deletable) { mDeletable = deletable; }
+  /// Whether the teardown sequence has begun.
+  bool IsTornDown() const { return mTornDown; }
+
+  /// Appends a property to the object's list; the object borrows it (it is a member of the derived object).
+  void PropertyAddToList(RProperty* property);
+  int GetPropertyCount() const { return static_cast<int>(mProperties.size()); }
+  /// Returns property `index` in the order of adding, borrowed, or null when there is none.
+  RProperty* GetProperty(int index) const;
+
+  /// Copies every property value of `source` through this object's setters, in list order, and once more each value
+  /// that a later setter changed, so that this object equals the source in every property that both have.
+  void TransferStaticPropertiesFrom(const RObject* source);
+
+  /// Writes every property as one field of its name: an enumeration by number, a colour as three numbers.
+  void PropertiesStore(RArc* arc) const;
+  /// Sets every property that the record has a field for, through the setters, as `TransferStaticPropertiesFrom`
+  /// does. Returns false when a field does not hold a value of its property's type; the others are set all the same.
+  bool PropertiesRestore(const RArc* arc);
+
+  /// Returns the handle under which the host's scripting side knows the object; assigned on first use, from 1.
+  unsigned HSDK_Map();
+  /// Withdraws the handle; nothing happens when there is none.
+  void HSDK_UnMap();
+  /// Returns the living object with that handle, borrowed, or null.
+  static RObject* HSDK_Find(unsigned handle);
+
+  static RClassDefinition ClassDefinition;
+  static int ClassId;
+  static const char* const ClassName;
+  static const int ClassSize;
+  static int ClassInstanceCount;
+  static RPropertyHashMap PropertyHashMap;
+
+ protected:
+  /// The look-up that the classes' overrides share, with the cache of the object's own class.
+  RProperty* FastFindPropertyByName(const char* name, RPropertyHashMap& cache) const;
+
+  /// Takes the object out of the host: its properties no longer run their setters.
+  virtual void SystemDetach();
+  /// Marks the object as going.
+  virtual void PrepareDestruct();
+  /// Runs the teardown sequence unless it has run.
+  void RunTeardown();
+
+ private:
+  RString mName;
+  void* mEntity;
+  std::vector<RProperty*> mProperties;
+  unsigned mHandle = 0;
+  bool mDeletable = true;
+  bool mTornDown = false;
+};

@@ -1,0 +1,3 @@
+#include "rbaselib/RPlug.h"
+
+RPlug::~RPlug() = default;

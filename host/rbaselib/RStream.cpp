@@ -1,0 +1,86 @@
+#include "rbaselib/RStream.h"
+
+#include <atomic>
+#include <cstring>
+#include <string>
+
+#include "rbaselib/RMessageHandler.h"
+#include "rbaselib/RObjectRegistry.h"
+
+const char* const RStream::ClassName = "RStream";
+int RStream::ClassId = 0;
+const int RStream::ClassSize = sizeof(RStream);
+int RStream::ClassInstanceCount = 0;
+RClassDefinition RStream::ClassDefinition(RStream::ClassId, RStream::ClassName, &RObject::ClassDefinition);
+RPropertyHashMap RStream::PropertyHashMap;
+
+namespace {
+[[maybe_unused]] const int kRegistered = RStream::ClassDefinition.RegisterClassId();
+}
+
+RStream::RStream() : RObject(nullptr, nullptr) { ++std::atomic_ref(ClassInstanceCount); }
+
+RStream::~RStream() {
+  RunTeardown();
+  --std::atomic_ref(ClassInstanceCount);
+}
+
+bool RStream::StreamOpen(RStreamOptions*) { return false; }
+bool RStream::StreamCreate(RStreamOptions*) { return false; }
+
+void RStream::SetFileName(const char* name) {
+  mHasFileName = name != nullptr;
+  mFileName = name;
+}
+
+void RStream::Destruct() {
+  mObject = nullptr;
+  RObject::Destruct();
+}
+
+int RStream::GetClassId() const { return ClassId; }
+const char* RStream::GetClassIdName() const { return ClassDefinition.GetName(); }
+const RClassDefinition* RStream::GetClassDefinition() const { return &ClassDefinition; }
+int RStream::GetClassGroupId() const { return 1; }
+const char* RStream::GetClassGroupName() const { return "Stream"; }
+int RStream::GetClassSize() const { return ClassSize; }
+int RStream::GetClassInstanceCount() const { return ClassInstanceCount; }
+bool RStream::Is(int classId) const { return classId == ClassId || RObject::Is(classId); }
+RProperty* RStream::FastFindPropertyByName(const char* name) const {
+  return RObject::FastFindPropertyByName(name, PropertyHashMap);
+}
+
+namespace {
+
+void Warn(bool show, const char* path, const char* reason) {
+  if (show) GetMainMessageHandler()->DisplayWarning(path ? path : "", reason);
+}
+
+// A group can hold factories of any kind of object; only a stream is of use here.
+RStream* CreateStream(const char* group, const char* extension) {
+  IObject* face = Object_Create(group, extension);
+  auto* object = face ? dynamic_cast<RObject*>(face->IQuery(0, 0)) : nullptr;
+  auto* stream = dynamic_cast<RStream*>(object);
+  if (object && !stream) object->Destroy(0);
+  return stream;
+}
+
+}  // namespace
+
+RObject* RStreamReadObject(const char* path, RStreamOptions* options, const char* group, bool showMessages) {
+  const char* dot = path ? std::strrchr(path, '.') : nullptr;
+  RStream* stream = dot ? CreateStream(group, dot + 1) : nullptr;
+  if (!stream) {
+    Warn(showMessages, path, "no reader is registered for this file's extension");
+    return nullptr;
+  }
+  stream->SetFileName(path);
+  const bool opened = stream->StreamOpen(options);
+  RObject* object = stream->GetObject();
+  stream->SetObject(nullptr);
+  stream->Destroy(0);
+  if (opened) return object;
+  if (object) object->Destroy(0);
+  Warn(showMessages, path, "the file could not be read");
+  return nullptr;
+}

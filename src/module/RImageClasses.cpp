@@ -1,0 +1,8 @@
+// The class definitions of the module, in tree order: a parent's definition is built before its children's.
+#include "image/RImage.h"
+#include "streams/RImageStream.h"
+#include "streams/RImageStreamQT.h"
+
+R_DEFINE_CLASS(RImage, RObject)
+R_DEFINE_CLASS(RImageStream, RStream)
+R_DEFINE_CLASS(RImageStreamQT, RImageStream)
