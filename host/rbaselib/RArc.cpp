@@ -109,8 +109,8 @@ void RArc::FieldWriteEnd() {
 }
 
 void RArc::Put(Field field) {
-  const auto same =
-      std::find_if(mFields.begin(), mFields.end(), [&](const Field& other) { return other.name == field.name; });
+  const auto same = std::find_if(mFields.begin(), mFields.end(),
+                                 [&](const Field& other) { return other.name == field.name; });
   if (same == mFields.end())
     mFields.push_back(std::move(field));
   else

@@ -16,7 +16,8 @@ static_assert(sizeof(RArrayHelper::Header) % alignof(void*) == 0);
 
 RArrayHelper::Header* Grown(RArrayHelper::Header* array, std::int32_t capacity) {
   const std::size_t bytes = sizeof(RArrayHelper::Header) + static_cast<std::size_t>(capacity) * sizeof(void*);
-  auto* grown = new (RBaseAllocator::Allocate(bytes)) RArrayHelper::Header{RArrayHelper::GetCount(array), capacity};
+  auto* grown =
+      new (RBaseAllocator::Allocate(bytes)) RArrayHelper::Header{RArrayHelper::GetCount(array), capacity};
   if (array) std::copy_n(Elements(array), array->count, Elements(grown));
   RArrayHelper::Free(array);
   return grown;

@@ -5,8 +5,8 @@
 
 #include "rbaselib/RBaseLibExport.h"
 
-/// Growth and release of the host's pointer arrays. An array is a header of two 32-bit numbers followed by the
-/// pointers; an absent array is null and counts as empty.
+/// Growth and release of the host's pointer arrays. An array is a header of two 32-bit numbers followed by
+/// the pointers; an absent array is null and counts as empty.
 struct RBASELIB_API RArrayHelper {
   struct Header {
     std::int32_t count = 0;

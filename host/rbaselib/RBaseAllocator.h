@@ -7,7 +7,8 @@
 
 /// The general heap of the host, as the allocator argument of its containers.
 struct RBASELIB_API RBaseAllocator {
-  /// Returns `bytes` bytes aligned for any scalar; the caller owns them. Throws std::bad_alloc when memory runs out.
+  /// Returns `bytes` bytes aligned for any scalar; the caller owns them. Throws std::bad_alloc when memory
+  /// runs out.
   static void* Allocate(std::size_t bytes);
   static void Free(void* memory) noexcept;
 };

@@ -47,8 +47,9 @@ const RClassDefinition* RClassDefinition::Find(const char* name) {
   if (!name) return nullptr;
   ClassRegistry& registry = Registry();
   const std::lock_guard lock(registry.mutex);
-  const auto found = std::find_if(registry.classes.begin(), registry.classes.end(),
-                                  [&](const auto* definition) { return !std::strcmp(definition->mName, name); });
+  const auto found =
+      std::find_if(registry.classes.begin(), registry.classes.end(),
+                   [&](const auto* definition) { return !std::strcmp(definition->mName, name); });
   return found == registry.classes.end() ? nullptr : *found;
 }
 

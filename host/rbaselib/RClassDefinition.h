@@ -5,19 +5,22 @@
 
 #include "rbaselib/RBaseLibExport.h"
 
-/// A class as the host knows it: id, name, parent. A definition is listed from its construction to its destruction.
+/// A class as the host knows it: id, name, parent. A definition is listed from its construction to its
+/// destruction.
 class RBASELIB_API RClassDefinition {
  public:
-  /// Lists the class. `id` is a reference to the class's own `ClassId`; it is only remembered here and written by
-  /// `RegisterClassId`. `name` must outlive the definition (it is the class's static name). `parent` is null for a
-  /// root class and must outlive the definition. `factory` is reserved for the host and kept as it is.
+  /// Lists the class. `id` is a reference to the class's own `ClassId`; it is only remembered here and
+  /// written by `RegisterClassId`. `name` must outlive the definition (it is the class's static name).
+  /// `parent` is null for a root class and must outlive the definition. `factory` is reserved for the host
+  /// and kept as it is.
   RClassDefinition(int& id, const char* name, const RClassDefinition* parent, void* factory = nullptr);
   ~RClassDefinition();
   RClassDefinition(const RClassDefinition&) = delete;
   RClassDefinition& operator=(const RClassDefinition&) = delete;
 
-  /// Assigns the class its id, counted from 1, stores it in the class's `ClassId` and returns it. A name keeps its
-  /// id for the life of the process, so that a module that is unloaded and loaded again gets its ids back.
+  /// Assigns the class its id, counted from 1, stores it in the class's `ClassId` and returns it. A name
+  /// keeps its id for the life of the process, so that a module that is unloaded and loaded again gets its
+  /// ids back.
   int RegisterClassId();
 
   int GetId() const { return mId; }

@@ -12,7 +12,7 @@ std::FILE* WideCharFileOpen(const char* path, const char* mode) {
   std::FILE* file = std::fopen(path, mode);
   if (!file) return nullptr;
   // fopen accepts a directory for reading and only the first read fails.
-  struct stat status{};
+  struct stat status {};
   if (fstat(fileno(file), &status) == 0 && !S_ISDIR(status.st_mode)) return file;
   std::fclose(file);
   return nullptr;

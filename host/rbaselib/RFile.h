@@ -26,7 +26,8 @@ class RBASELIB_API RFile {
   /// Returns whether everything written has reached the file system; true when nothing is open.
   bool Close();
 
-  /// Returns the number of bytes read: fewer than `size` at the end of the file or on an error, 0 when not open.
+  /// Returns the number of bytes read: fewer than `size` at the end of the file or on an error, 0 when not
+  /// open.
   std::size_t Read(void* destination, std::size_t size);
   /// Returns the number of bytes written: fewer than `size` on an error, 0 when not open.
   std::size_t Write(const void* source, std::size_t size);
@@ -46,6 +47,7 @@ class RBASELIB_API RFile {
 /// Opens a C stream for a path in UTF-8, null when that fails (also for a directory); the caller closes it.
 RBASELIB_API std::FILE* WideCharFileOpen(const char* path, const char* mode);
 
-/// Returns the path with forward slashes, without doubled slashes and without "." segments, with ".." segments
-/// resolved where a named segment stands before them. It does not look at the disk; an empty result is ".".
+/// Returns the path with forward slashes, without doubled slashes and without "." segments, with ".."
+/// segments resolved where a named segment stands before them. It does not look at the disk; an empty result
+/// is ".".
 RBASELIB_API std::string RCleanPath(const char* path);

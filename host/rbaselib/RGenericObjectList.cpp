@@ -47,4 +47,6 @@ int RGenericObjectList::InternalSetAt(int index, RObject* object) {
   return InternalInsertAt(index, object);
 }
 
-bool RGenericObjectList::InternalRemove(RObject* object) { return RArrayHelper::RemoveAt(mArray, Find(object)); }
+bool RGenericObjectList::InternalRemove(RObject* object) {
+  return RArrayHelper::RemoveAt(mArray, Find(object));
+}

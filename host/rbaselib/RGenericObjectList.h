@@ -5,8 +5,8 @@
 
 class RObject;
 
-/// An ordered list of object pointers. It neither copies nor owns the objects; a copy of the list has an array of
-/// its own with the same pointers.
+/// An ordered list of object pointers. It neither copies nor owns the objects; a copy of the list has an
+/// array of its own with the same pointers.
 class RBASELIB_API RGenericObjectList {
  public:
   RGenericObjectList() = default;

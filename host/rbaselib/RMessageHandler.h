@@ -13,5 +13,6 @@ class RBASELIB_API RMessageHandler {
 
 /// Returns the main handler, borrowed; never null.
 RBASELIB_API RMessageHandler* GetMainMessageHandler();
-/// Replaces the main handler, which the caller keeps alive; null brings the printing one back. Returns the one before.
+/// Replaces the main handler, which the caller keeps alive; null brings the printing one back. Returns the
+/// one before.
 RBASELIB_API RMessageHandler* SetMainMessageHandler(RMessageHandler* handler);

@@ -127,8 +127,8 @@ struct PropertyAssignment {
   RPropertyValue value;
 };
 
-// A later setter may change an earlier property (choosing a preset, say), so what differs at the end is set again.
-// Setting again is bounded: values that exclude each other would otherwise never settle.
+// A later setter may change an earlier property (choosing a preset, say), so what differs at the end is set
+// again. Setting again is bounded: values that exclude each other would otherwise never settle.
 bool AssignInOrder(const std::vector<PropertyAssignment>& assignments) {
   bool allAccepted = true;
   for (const auto& [property, value] : assignments) allAccepted &= property->SetValue(value);

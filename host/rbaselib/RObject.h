@@ -14,21 +14,22 @@
 class RArc;
 class RProperty;
 
-/// The per-class cache of property look-ups: from a property's own static name to its index in the property list.
-/// It never holds an object's pointer, because all objects of a class share it.
+/// The per-class cache of property look-ups: from a property's own static name to its index in the property
+/// list. It never holds an object's pointer, because all objects of a class share it.
 using RPropertyHashMap = RMap<const char*, long long, RCharPointerLessCompare, RBaseAllocator>;
 
 /// Root of the host's object model: class information, life cycle and properties.
 ///
 /// Life cycle. Objects are released with `Destroy`, never deleted. The teardown sequence is `SystemDetach`,
-/// `PrepareDestruct`, `Destruct`, `HSDK_UnMap`, and runs once an object. A class that overrides `Destruct` calls
-/// `RunTeardown` in its own destructor, so that its override is reached while the object still is of that class.
+/// `PrepareDestruct`, `Destruct`, `HSDK_UnMap`, and runs once an object. A class that overrides `Destruct`
+/// calls `RunTeardown` in its own destructor, so that its override is reached while the object still is of
+/// that class.
 class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
  public:
   /// `name` is copied and may be null. `entity` is the host's own companion object, borrowed; it may be null.
   RObject(const char* name, void* entity);
-  /// A copy shares the entity and the name and starts a life cycle of its own: it has no properties (they belong to
-  /// the class that declares them, which adds them itself) and no host handle.
+  /// A copy shares the entity and the name and starts a life cycle of its own: it has no properties (they
+  /// belong to the class that declares them, which adds them itself) and no host handle.
   RObject(const RObject& other);
   RObject& operator=(const RObject& other);
   ~RObject() override;
@@ -38,7 +39,8 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
 
   /// Releases the object: deletes a deletable one, else runs `Destruct` only. The argument is reserved.
   virtual void Destroy(int reserved);
-  /// Gives back what the object holds. Called once by the teardown sequence, or by `Destroy` of an embedded object.
+  /// Gives back what the object holds. Called once by the teardown sequence, or by `Destroy` of an embedded
+  /// object.
   virtual void Destruct();
 
   virtual int GetClassId() const;
@@ -58,7 +60,8 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   void SetName(const char* name) { mName = name; }
   void* GetEntity() const { return mEntity; }
 
-  /// Whether `Destroy` deletes the object. True for a new object; the owner of an embedded or stack object clears it.
+  /// Whether `Destroy` deletes the object. True for a new object; the owner of an embedded or stack object
+  /// clears it.
   bool IsDeletable() const { return mDeletable; }
   void SetDeletable(bool deletable) { mDeletable = deletable; }
   /// Whether the teardown sequence has begun.
@@ -70,17 +73,20 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   /// Returns property `index` in the order of adding, borrowed, or null when there is none.
   RProperty* GetProperty(int index) const;
 
-  /// Copies every property value of `source` through this object's setters, in list order, and once more each value
-  /// that a later setter changed, so that this object equals the source in every property that both have.
+  /// Copies every property value of `source` through this object's setters, in list order, and once more each
+  /// value that a later setter changed, so that this object equals the source in every property that both
+  /// have.
   void TransferStaticPropertiesFrom(const RObject* source);
 
   /// Writes every property as one field of its name: an enumeration by number, a colour as three numbers.
   void PropertiesStore(RArc* arc) const;
-  /// Sets every property that the record has a field for, through the setters, as `TransferStaticPropertiesFrom`
-  /// does. Returns false when a field does not hold a value of its property's type; the others are set all the same.
+  /// Sets every property that the record has a field for, through the setters, as
+  /// `TransferStaticPropertiesFrom` does. Returns false when a field does not hold a value of its property's
+  /// type; the others are set all the same.
   bool PropertiesRestore(const RArc* arc);
 
-  /// Returns the handle under which the host's scripting side knows the object; assigned on first use, from 1.
+  /// Returns the handle under which the host's scripting side knows the object; assigned on first use,
+  /// from 1.
   unsigned HSDK_Map();
   /// Withdraws the handle; nothing happens when there is none.
   void HSDK_UnMap();

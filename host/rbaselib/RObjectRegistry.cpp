@@ -19,8 +19,8 @@ FactoryRegistry& Registry() {
 
 }  // namespace
 
-bool Object_Register(const char* group, const char* name, const char* type, RObjectFactory factory, bool enabled,
-                     void* data, void* reserved) {
+bool Object_Register(const char* group, const char* name, const char* type, RObjectFactory factory,
+                     bool enabled, void* data, void* reserved) {
   if (!group || !name || !type || !factory) return false;
   RObjectRegistration entry{group, name, type, factory, enabled, data, reserved};
   FactoryRegistry& registry = Registry();

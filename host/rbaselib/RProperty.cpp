@@ -90,13 +90,19 @@ std::optional<RPropertyValue> ParseEnumeration(const RProperty& property, std::s
   return Wrap(ParseNumber<int>(text));
 }
 
-std::optional<RPropertyValue> ParseValue(const RProperty& property, RPropertyDataType type, std::string_view text) {
+std::optional<RPropertyValue> ParseValue(const RProperty& property, RPropertyDataType type,
+                                         std::string_view text) {
   switch (type) {
-    case kPropertyBool: return Wrap(ParseBool(text));
-    case kPropertyInt: return Wrap(ParseNumber<int>(text));
-    case kPropertyDouble: return Wrap(ParseNumber<double>(text));
-    case kPropertyRGB: return Wrap(ParseColour(text));
-    case kPropertyEnumeration: return ParseEnumeration(property, text);
+    case kPropertyBool:
+      return Wrap(ParseBool(text));
+    case kPropertyInt:
+      return Wrap(ParseNumber<int>(text));
+    case kPropertyDouble:
+      return Wrap(ParseNumber<double>(text));
+    case kPropertyRGB:
+      return Wrap(ParseColour(text));
+    case kPropertyEnumeration:
+      return ParseEnumeration(property, text);
   }
   return std::nullopt;
 }

@@ -9,8 +9,9 @@ class RArc;
 
 /// A property of an object. The typed part is `RPropertyTemplate`.
 ///
-/// There are two ways to change one. `Set` is what a user interface, an animation or a scene file does: the value is
-/// clamped to the declared range and handed to the owner's virtual setter, which stores what it makes of it. A store
+/// There are two ways to change one. `Set` is what a user interface, an animation or a scene file does: the
+/// value is clamped to the declared range and handed to the owner's virtual setter, which stores what it
+/// makes of it. A store
 /// (`RPropertyTemplate::Store`) is what that setter does: it changes the value and nothing else.
 class RBASELIB_API RProperty {
  public:
@@ -19,13 +20,15 @@ class RBASELIB_API RProperty {
   RProperty& operator=(const RProperty&) = delete;
   virtual ~RProperty();
 
-  /// Binds the property to its class-wide description, which must outlive it, and to the object whose setter it runs.
+  /// Binds the property to its class-wide description, which must outlive it, and to the object whose setter
+  /// it runs.
   void SetPropertyInfo(const RPropertyInfo* info, RObject* owner);
   /// Unbinds the setter: `Set` then only stores. The description stays.
   void Detach() { mOwner = nullptr; }
 
-  /// Declares the range of values that `Set` lets through; a colour is clamped component by component. NaN becomes
-  /// the minimum. The two flags say whether the minimum or maximum can be moved by the user; they are kept and reported.
+  /// Declares the range of values that `Set` lets through; a colour is clamped component by component. NaN
+  /// becomes the minimum. The two flags say whether the minimum or maximum can be moved by the user; they are
+  /// kept and reported.
   void SetPropertyMinMax(double minimum, double maximum, bool minimumMovable, bool maximumMovable);
   bool HasMinMax() const { return mHasRange; }
   double GetMin() const { return mMinimum; }
@@ -40,20 +43,20 @@ class RBASELIB_API RProperty {
   const char* GetEnumerationText(int value) const;
 
   virtual RPropertyValue GetValue() const = 0;
-  /// Sets the value through the setter. Fails, changing nothing, when the value is of another type; an int is taken
-  /// for a double and 0 or 1 for a bool.
+  /// Sets the value through the setter. Fails, changing nothing, when the value is of another type; an int is
+  /// taken for a double and 0 or 1 for a bool.
   bool SetValue(const RPropertyValue& value);
-  /// Returns the value as text: "true"; "3"; "0.5"; "1 0.5 0.25"; an enumeration value as its text, or as its number
-  /// when it has none. Numbers have the digits that bring the same value back.
+  /// Returns the value as text: "true"; "3"; "0.5"; "1 0.5 0.25"; an enumeration value as its text, or as its
+  /// number when it has none. Numbers have the digits that bring the same value back.
   std::string GetText() const;
-  /// Sets the value from such a text (colours also with commas, enumerations by text in any case or by number).
-  /// Fails, changing nothing, when the text is not a value of the property's type.
+  /// Sets the value from such a text (colours also with commas, enumerations by text in any case or by
+  /// number). Fails, changing nothing, when the text is not a value of the property's type.
   bool SetText(const char* text);
 
   /// Writes the value into the archive's open field: an enumeration by number, a colour as three numbers.
   void WriteValue(RArc& arc) const;
-  /// Reads the value from the archive's field of the property's name; false, leaving `value` untouched, when the
-  /// field is missing or of another type.
+  /// Reads the value from the archive's field of the property's name; false, leaving `value` untouched, when
+  /// the field is missing or of another type.
   bool ReadValue(const RArc& arc, RPropertyValue& value) const;
 
  protected:

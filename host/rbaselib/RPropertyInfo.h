@@ -8,7 +8,8 @@
 
 class RObject;
 
-/// The types that a property can have, in the order of `RPropertyValue`'s alternatives; an enumeration is an int.
+/// The types that a property can have, in the order of `RPropertyValue`'s alternatives; an enumeration is an
+/// int.
 enum RPropertyDataType : int {
   kPropertyBool = 0,
   kPropertyInt = 1,

@@ -10,9 +10,11 @@ class RBASELIB_API RStream : public RObject {
   RStream();
   ~RStream() override;
 
-  /// Reads the file that the stream names into the attached object; false when that fails. The base cannot read.
+  /// Reads the file that the stream names into the attached object; false when that fails. The base cannot
+  /// read.
   virtual bool StreamOpen(RStreamOptions* options);
-  /// Writes the attached object to the file that the stream names; false when that fails. The base cannot write.
+  /// Writes the attached object to the file that the stream names; false when that fails. The base cannot
+  /// write.
   virtual bool StreamCreate(RStreamOptions* options);
 
   /// The name is a path in UTF-8 and is copied; null takes the name away.
@@ -50,9 +52,9 @@ class RBASELIB_API RStream : public RObject {
 
 /// Reads the file at `path` with a registered reader and returns the object it holds, which the caller owns.
 ///
-/// The reader is the enabled factory of `group` whose name equals the text after the path's last dot, compared
-/// without case. The stream gets the path, is opened with `options` (which may be null) and is always destroyed.
-/// Returns null when there is no such reader or it fails; what a failed reader left attached is destroyed. With
-/// `showMessages` a failure is also shown through the main message handler.
+/// The reader is the enabled factory of `group` whose name equals the text after the path's last dot,
+/// compared without case. The stream gets the path, is opened with `options` (which may be null) and is
+/// always destroyed. Returns null when there is no such reader or it fails; what a failed reader left
+/// attached is destroyed. With `showMessages` a failure is also shown through the main message handler.
 RBASELIB_API RObject* RStreamReadObject(const char* path, RStreamOptions* options, const char* group,
                                         bool showMessages);

@@ -11,12 +11,15 @@
 class RBASELIB_API RString {
  public:
   RString() = default;
-  RString(const char* text) : mText(text ? text : "") {}  // NOLINT(google-explicit-constructor): host contract
+  RString(const char* text)
+      : mText(text ? text : "") {}  // NOLINT(google-explicit-constructor): host contract
   explicit RString(std::string text) : mText(std::move(text)) {}
 
   /// Returns the characters, terminated by zero; borrowed until the string changes. Never null.
   const char* GetChars() const { return mText.c_str(); }
-  operator const char*() const { return mText.c_str(); }  // NOLINT(google-explicit-constructor): host contract
+  operator const char*() const {
+    return mText.c_str();
+  }  // NOLINT(google-explicit-constructor): host contract
 
   int GetLength() const { return static_cast<int>(mText.size()); }
   bool IsEmpty() const { return mText.empty(); }

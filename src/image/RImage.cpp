@@ -140,8 +140,8 @@ RImage* RImage::Clone() {
   RImage* clone = RImageCreate();
   if (!clone) return nullptr;
   // Deliberate: the copy is a plain frame of one layer without padding, whatever this image is.
-  const bool made = clone->Init(GetFormat(), GetWidth(), GetHeight(), 0, 0, true, kImageTypeFrame, kInterleaveNone,
-                                kInterpolationNone, mIncarnation);
+  const bool made = clone->Init(GetFormat(), GetWidth(), GetHeight(), 0, 0, true, kImageTypeFrame,
+                                kInterleaveNone, kInterpolationNone, mIncarnation);
   clone->mVectorSourcePath = mVectorSourcePath;
   if (made && mIncarnation == kIncarnationRaw && HoldsPixels(1)) {
     const std::int64_t bytes = RImageBytes(GetWidth(), GetHeight(), 1, GetPixelSize());
@@ -191,7 +191,8 @@ void RImage::DecReferenceCount() { --mReferenceCount; }
 
 void RImage::Update() {
   ++mUpdateId;
-  if (mIncarnation == kIncarnationRaw || mIncarnation == kIncarnationGL) mIncarnationUpdateId[mIncarnation] = mUpdateId;
+  if (mIncarnation == kIncarnationRaw || mIncarnation == kIncarnationGL)
+    mIncarnationUpdateId[mIncarnation] = mUpdateId;
 }
 
 unsigned char* RImage::GetImageBitsAtDepth(unsigned int layer) {

@@ -9,7 +9,8 @@
 #include "image/RPixelMemory.h"
 #include "rbaselib/RString.h"
 
-/// Layout of one pixel in memory. 8-bit channels but for RGB555, whose pixel is one little-endian 16-bit word:
+/// Layout of one pixel in memory. 8-bit channels but for RGB555, whose pixel is one little-endian 16-bit
+/// word:
 ///
 ///     bit 15 14    10 9      5 4     0
 ///         -  R R R R R G G G G G B B B B B
@@ -45,24 +46,26 @@ enum kInterpolationType : int {
 
 class RImage;
 
-/// Converts `width` x `height` tightly packed pixels from one layout to another, in memory order, no padding on
-/// either side; the buffers must not overlap unless they are the same and the formats are equal in size.
+/// Converts `width` x `height` tightly packed pixels from one layout to another, in memory order, no padding
+/// on either side; the buffers must not overlap unless they are the same and the formats are equal in size.
 ///
-/// Equal formats are copied. Returns false, writing nothing, when the pair of formats is not supported or a dimension
-/// is negative. Alpha is neither multiplied in nor divided out; new alpha is 255.
-RIMAGE_API bool RImageConvertFormat(unsigned char* destination, kImageFormat destinationFormat, int width, int height,
-                                    unsigned char* source, kImageFormat sourceFormat);
+/// Equal formats are copied. Returns false, writing nothing, when the pair of formats is not supported or a
+/// dimension is negative. Alpha is neither multiplied in nor divided out; new alpha is 255.
+RIMAGE_API bool RImageConvertFormat(unsigned char* destination, kImageFormat destinationFormat, int width,
+                                    int height, unsigned char* source, kImageFormat sourceFormat);
 
 /// Reverses the byte order of one 16-bit value in place; the address may be unaligned.
 RIMAGE_API void Invert2(void* value);
 /// Reverses the byte order of one 32-bit value in place; the address may be unaligned.
 RIMAGE_API void Invert4(void* value);
 
-/// The corners of the hue circle in order: red, yellow, green, cyan, blue, magenta, red. The fourth value is 0.
+/// The corners of the hue circle in order: red, yellow, green, cyan, blue, magenta, red. The fourth value is
+/// 0.
 RIMAGE_API extern const float kHueColor[7][4];
 RIMAGE_API extern const double kDoubleHueColor[7][4];
 
-/// Converts hue, saturation and brightness, each 0 to 1, to three values at `rgb`. A hue outside 0 to 1 is clamped.
+/// Converts hue, saturation and brightness, each 0 to 1, to three values at `rgb`. A hue outside 0 to 1 is
+/// clamped.
 RIMAGE_API void GetHSBToRGBColor(float hue, float saturation, float brightness, float* rgb);
 RIMAGE_API void GetHSBToRGBColor(double hue, double saturation, double brightness, double* rgb);
 /// Converts three values at `rgb` to hue, saturation and brightness at `hsb`. `rgb` is not changed.
@@ -73,11 +76,11 @@ RIMAGE_API RImage* RImageCreate();
 
 /// An image: raw pixels in memory or an OpenGL texture, one at a time (its incarnation).
 ///
-/// Pixels are stored row after row without padding, the bottom row of the picture first (OpenGL's order), the layers
-/// of a deep image one after the other. Nothing here knows whether colours are multiplied with alpha.
+/// Pixels are stored row after row without padding, the bottom row of the picture first (OpenGL's order), the
+/// layers of a deep image one after the other. Nothing here knows whether colours are multiplied with alpha.
 ///
-/// Failures are reported by the results alone. The record is used on the host's main thread; its OpenGL operations
-/// need the host's context to be current there.
+/// Failures are reported by the results alone. The record is used on the host's main thread; its OpenGL
+/// operations need the host's context to be current there.
 class RIMAGE_API RImage : public RObject {
   R_CLASS(RImage, RObject)
 
@@ -88,16 +91,16 @@ class RIMAGE_API RImage : public RObject {
 
   /// Makes an empty record: 0 x 0, depth 1, undefined format, no storage.
   RImage();
-  /// A copy shares the buffer and the texture of `other`; each is released once, with its last owner. `Clone` is the
-  /// deep copy.
+  /// A copy shares the buffer and the texture of `other`; each is released once, with its last owner. `Clone`
+  /// is the deep copy.
   RImage(const RImage& other);
   RImage& operator=(const RImage& other);
   ~RImage() override;
 
   void Destruct() override;
 
-  // --- Format and geometry. A setter stores the value, makes the storage fit, counts an update and returns the value;
-  // pixels are never converted: after SetFormat the bytes mean something else.
+  // --- Format and geometry. A setter stores the value, makes the storage fit, counts an update and returns
+  // the value; pixels are never converted: after SetFormat the bytes mean something else.
 
   /// A value that is no format leaves everything as it is and returns the held format.
   virtual kImageFormat SetFormat(kImageFormat format);
@@ -119,17 +122,19 @@ class RIMAGE_API RImage : public RObject {
 
   // --- Copies and new images; the caller owns the result.
 
-  /// Returns an independent copy of the first layer: same format, size and incarnation, frame, not interleaved, depth
-  /// 1, padding 0. A copy of a texture image has a new texture with undefined contents.
+  /// Returns an independent copy of the first layer: same format, size and incarnation, frame, not
+  /// interleaved, depth 1, padding 0. A copy of a texture image has a new texture with undefined contents.
   virtual RImage* Clone();
-  /// Returns a copy converted between frame and field; null for a texture, more than one layer, or a conversion that
-  /// `mConvertionSupported` does not list.
-  virtual RImage* CloneFromType(kImageType type, kInterleaveType interleave, kInterpolationType interpolation);
-  /// Returns a copy whose alpha (byte 3) is byte 2 of `alpha`'s pixels in the same order; null for textures, more
-  /// than one layer, or an `alpha` that is null or has too few pixels. The operations on alpha are for RGBA and BGRA.
+  /// Returns a copy converted between frame and field; null for a texture, more than one layer, or a
+  /// conversion that `mConvertionSupported` does not list.
+  virtual RImage* CloneFromType(kImageType type, kInterleaveType interleave,
+                                kInterpolationType interpolation);
+  /// Returns a copy whose alpha (byte 3) is byte 2 of `alpha`'s pixels in the same order; null for textures,
+  /// more than one layer, or an `alpha` that is null or has too few pixels. The operations on alpha are for
+  /// RGBA and BGRA.
   virtual RImage* MergeAlphaChannel(RImage* alpha);
-  /// Returns an opaque picture of the alpha channel in this image's format, inverted on request (not for ABGR and
-  /// ARGB); all zero when pixels have no alpha; null for a texture or more than one layer.
+  /// Returns an opaque picture of the alpha channel in this image's format, inverted on request (not for ABGR
+  /// and ARGB); all zero when pixels have no alpha; null for a texture or more than one layer.
   virtual RImage* CreateFromAlphaChannel(bool invert);
 
   /// Fills `mConvertionSupported` the first time it is called.
@@ -137,45 +142,50 @@ class RIMAGE_API RImage : public RObject {
 
   // --- Operations in place on raw pixels of one layer.
 
-  /// Multiplies bytes 0 to 2 of each 4-byte pixel by byte 3 / 255 in single precision, truncated. No update is counted.
+  /// Multiplies bytes 0 to 2 of each 4-byte pixel by byte 3 / 255 in single precision, truncated. No update
+  /// is counted.
   virtual void Premultiply();
-  /// Divides them again: min(255, byte x 255 / alpha), truncated; pixels with alpha 0 stay. No update is counted.
+  /// Divides them again: min(255, byte x 255 / alpha), truncated; pixels with alpha 0 stay. No update is
+  /// counted.
   virtual void RemovePremultiply();
-  /// Converts the pixels to another layout. False, changing nothing, for a texture, more than one layer, the format
-  /// it has, a pair that `RImageConvertFormat` does not support, or when memory runs out.
+  /// Converts the pixels to another layout. False, changing nothing, for a texture, more than one layer, the
+  /// format it has, a pair that `RImageConvertFormat` does not support, or when memory runs out.
   virtual bool ConvertFormat(kImageFormat format);
-  /// Resamples to `width` x `height` by nearest neighbour, or renders the vector source again at that size. False for
-  /// a texture, no pixels, the size it has (unless there is a vector source), or a size below 1 x 1 without storage.
+  /// Resamples to `width` x `height` by nearest neighbour, or renders the vector source again at that size.
+  /// False for a texture, no pixels, the size it has (unless there is a vector source), or a size below 1 x 1
+  /// without storage.
   virtual bool ConvertSize(int width, int height);
-  /// Pads to a square of the longer side, the picture in the middle, an odd extra row or column of padding at the
-  /// end. `fillPixel` points at one pixel of this format. True when square already; false for a texture, no pixels or
-  /// a null `fillPixel`.
+  /// Pads to a square of the longer side, the picture in the middle, an odd extra row or column of padding at
+  /// the end. `fillPixel` points at one pixel of this format. True when square already; false for a texture,
+  /// no pixels or a null `fillPixel`.
   virtual bool ConvertToSquare(const unsigned char* fillPixel);
   /// Multiplies byte 3 of each pixel of 4 bytes by `factor`, truncated, low 8 bits kept. Returns true.
   virtual bool ApplyAlpha(float factor);
 
   // --- Storage.
 
-  /// Describes the image and makes storage for it: at least `minAllocation` bytes of memory for the raw incarnation,
-  /// a texture for the other. `clear` zeroes all of the memory. False, with the description kept, when the storage
-  /// cannot be had; false, with nothing stored, when `format` is no format. The depth stays.
+  /// Describes the image and makes storage for it: at least `minAllocation` bytes of memory for the raw
+  /// incarnation, a texture for the other. `clear` zeroes all of the memory. False, with the description
+  /// kept, when the storage cannot be had; false, with nothing stored, when `format` is no format. The depth
+  /// stays.
   virtual bool Init(kImageFormat format, int width, int height, int padWidth, int minAllocation, bool clear,
-                    kImageType imageType, kInterleaveType interleaveType, kInterpolationType interpolationType,
-                    kIncarnationType incarnation);
+                    kImageType imageType, kInterleaveType interleaveType,
+                    kInterpolationType interpolationType, kIncarnationType incarnation);
   /// Gives the storage back and keeps the description.
   virtual void Clear();
   /// Zeroes all bytes of the raw storage.
   virtual void Cleanup();
   /// Returns the raw pixels, borrowed until the storage changes, bottom row first; null when there are none.
   virtual unsigned char* GetImageBits();
-  /// Converts pixels of another format into the image, `source` holding width x height of them, bottom row first.
-  /// False for a texture or a pair that is not supported.
+  /// Converts pixels of another format into the image, `source` holding width x height of them, bottom row
+  /// first. False for a texture or a pair that is not supported.
   virtual bool SetImageBits(unsigned char* source, kImageFormat sourceFormat);
-  /// Copies pixels of the image's own format into it: all layers of a raw image, layer 0 of a texture. True, also
-  /// when there is nothing to copy to.
+  /// Copies pixels of the image's own format into it: all layers of a raw image, layer 0 of a texture. True,
+  /// also when there is nothing to copy to.
   virtual bool SetImageBits(unsigned char* source);
   virtual unsigned int GetTextureID();
-  /// Gives the storage back and takes a texture, deleted with the record when `own` is set; the description stays.
+  /// Gives the storage back and takes a texture, deleted with the record when `own` is set; the description
+  /// stays.
   virtual void SetTextureID(unsigned int textureId, bool own);
   /// Makes an incarnation current, moving the pixels over when `transfer` is set; false when that fails.
   virtual bool RequestIncarnation(kIncarnationType incarnation, bool transfer);
@@ -199,9 +209,9 @@ class RIMAGE_API RImage : public RObject {
   /// Swaps rows top to bottom in place, in the first layer. No update is counted.
   void ImageVerticalFlip();
   /// Copies this image into `destination`, moved by `dx` columns to the right and `dy` rows towards row 0.
-  /// With `wrap` what leaves one edge comes in at the opposite one; without, uncovered pixels keep their value.
-  /// `initDestination` first makes `destination` an all-zero image of this one's description. False for a null
-  /// destination or one of another size or pixel size.
+  /// With `wrap` what leaves one edge comes in at the opposite one; without, uncovered pixels keep their
+  /// value. `initDestination` first makes `destination` an all-zero image of this one's description. False
+  /// for a null destination or one of another size or pixel size.
   bool ImageTranslate(RImage* destination, int dx, int dy, bool wrap, bool initDestination);
 
   /// The path of the vector file that the pixels were rendered from; empty for raster images.
@@ -211,16 +221,17 @@ class RIMAGE_API RImage : public RObject {
   // --- Files.
 
   using ImageFileReadCallback = RImage* (*)(const char* path);
-  /// Reads a file with the host's callback, or with the registered reader for its extension; null when that fails.
-  /// The caller owns the result.
+  /// Reads a file with the host's callback, or with the registered reader for its extension; null when that
+  /// fails. The caller owns the result.
   static RImage* ImageFileRead(const char* path);
   /// Installs the host's own reading function; null removes it.
   static void SetImageFileReadCallback(ImageFileReadCallback callback);
-  /// Reads a file through Qt (or the module's TGA reader) into a new `image`, which the caller then owns, and deletes
-  /// the file afterwards when `removeFile` is set. A failure deletes nothing and leaves `image` as it was.
+  /// Reads a file through Qt (or the module's TGA reader) into a new `image`, which the caller then owns, and
+  /// deletes the file afterwards when `removeFile` is set. A failure deletes nothing and leaves `image` as it
+  /// was.
   static bool ReadFromDisk(const char* path, RImage*& image, bool removeFile);
-  /// Writes `image` through Qt (or the module's TGA writer), the format following the extension. The pixels of RGBA
-  /// images are taken as premultiplied. Leaves an RGBA or RGB image flipped top to bottom.
+  /// Writes `image` through Qt (or the module's TGA writer), the format following the extension. The pixels
+  /// of RGBA images are taken as premultiplied. Leaves an RGBA or RGB image flipped top to bottom.
   static bool WriteToDisk(RImage* image, const char* path, const char* text, int quality, int compression);
   static ImageFileReadCallback sImageFileReader;
 
@@ -243,12 +254,12 @@ class RIMAGE_API RImage : public RObject {
 
   /// Fills `destination`, already of the right size, with the rows that the interleave asks for.
   bool GetImageFields(RImage* destination, kImageType type, kInterleaveType interleave);
-  /// Copies every row (of a frame: every other one) from `source` to `end` to `destination`, twice when `type` is
-  /// frame. Writes nothing at or past `destinationEnd`.
+  /// Copies every row (of a frame: every other one) from `source` to `end` to `destination`, twice when
+  /// `type` is frame. Writes nothing at or past `destinationEnd`.
   void ExtractField(unsigned char* destination, kImageType type, unsigned char* source, unsigned char* end,
                     int rowBytes, unsigned char* destinationEnd);
-  /// Writes the average of each pair of rows twice; an odd last row averages with itself. Writes nothing at or past
-  /// `destinationEnd`.
+  /// Writes the average of each pair of rows twice; an odd last row averages with itself. Writes nothing at
+  /// or past `destinationEnd`.
   void ExtractAverage(unsigned char* destination, unsigned char* source, unsigned char* end, int rowBytes,
                       unsigned char* destinationEnd);
 
@@ -287,8 +298,8 @@ class RIMAGE_API RImage : public RObject {
   /// Copies what fits of a level's tightly packed pixels, `pixelSize` bytes each, into the raw buffer.
   void CopyLevel(const unsigned char* pixels, int width, int height, int pixelSize);
 
-  // What the record may release. Copies share both, so that a buffer or texture goes exactly once, with its last
-  // owner; memory that came from elsewhere has no entry here and is never freed, whatever the flags say.
+  // What the record may release. Copies share both, so that a buffer or texture goes exactly once, with its
+  // last owner; memory that came from elsewhere has no entry here and is never freed, whatever the flags say.
   RPixelBuffer mBuffer;
   std::shared_ptr<const unsigned int> mTexture;
 };

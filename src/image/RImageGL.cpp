@@ -16,8 +16,8 @@
 
 namespace {
 
-// The smallest power of two not below `size`: 2^k with k the highest set bit of 2 x size - 1. A size of 0 wraps to
-// 2^31; no texture is ever made for an empty image.
+// The smallest power of two not below `size`: 2^k with k the highest set bit of 2 x size - 1. A size of 0
+// wraps to 2^31; no texture is ever made for an empty image.
 unsigned PowerOfTwo(int size) { return std::bit_floor(2U * static_cast<unsigned>(size) - 1U); }
 
 struct LevelSize {
@@ -74,11 +74,14 @@ class ScopedPackAlignment {
 };
 
 // The bytes that OpenGL moves for a pixel: RGB555 goes as three bytes, every other format as its own size.
-int TransferPixelSize(kImageFormat format) { return format == kImageFormatRGB555 ? 3 : RBytesPerPixel(format); }
+int TransferPixelSize(kImageFormat format) {
+  return format == kImageFormatRGB555 ? 3 : RBytesPerPixel(format);
+}
 
 void PackRGB555(unsigned char* destination, const unsigned char* rgb, std::size_t pixels) {
   for (std::size_t i = 0; i < pixels; ++i) {
-    const unsigned word = (unsigned{rgb[3 * i]} >> 3 << 10) | (unsigned{rgb[3 * i + 1]} >> 3 << 5) | (rgb[3 * i + 2] >> 3);
+    const unsigned word =
+        (unsigned{rgb[3 * i]} >> 3 << 10) | (unsigned{rgb[3 * i + 1]} >> 3 << 5) | (rgb[3 * i + 2] >> 3);
     destination[2 * i] = static_cast<unsigned char>(word & 0xFF);
     destination[2 * i + 1] = static_cast<unsigned char>(word >> 8);
   }
@@ -88,26 +91,40 @@ void PackRGB555(unsigned char* destination, const unsigned char* rgb, std::size_
 
 int RImage::ImageFormatToGLFormat(kImageFormat format) {
   switch (format) {
-    case kImageFormatRGBA: return GL_RGBA;
-    case kImageFormatRGB: return GL_RGB;
-    case kImageFormatBGRA: return GL_BGRA;
-    case kImageFormatBGR: return GL_BGR;
+    case kImageFormatRGBA:
+      return GL_RGBA;
+    case kImageFormatRGB:
+      return GL_RGB;
+    case kImageFormatBGRA:
+      return GL_BGRA;
+    case kImageFormatBGR:
+      return GL_BGR;
     // Deliberate: RGB555 and ARGB name formats of another byte layout; uploads take ARGB bytes as they stand.
-    case kImageFormatRGB555: return GL_RGB;
-    case kImageFormatABGR: return GL_ABGR_EXT;
-    case kImageFormatARGB: return GL_RGBA;
-    default: return -1;
+    case kImageFormatRGB555:
+      return GL_RGB;
+    case kImageFormatABGR:
+      return GL_ABGR_EXT;
+    case kImageFormatARGB:
+      return GL_RGBA;
+    default:
+      return -1;
   }
 }
 
 kImageFormat RImage::GLFormatToImageFormat(int glFormat) {
   switch (glFormat) {
-    case GL_RGB: return kImageFormatRGB;
-    case GL_RGBA: return kImageFormatRGBA;
-    case GL_ABGR_EXT: return kImageFormatABGR;
-    case GL_BGR: return kImageFormatBGR;
-    case GL_BGRA: return kImageFormatBGRA;
-    default: return kImageFormatUndefined;
+    case GL_RGB:
+      return kImageFormatRGB;
+    case GL_RGBA:
+      return kImageFormatRGBA;
+    case GL_ABGR_EXT:
+      return kImageFormatABGR;
+    case GL_BGR:
+      return kImageFormatBGR;
+    case GL_BGRA:
+      return kImageFormatBGRA;
+    default:
+      return kImageFormatUndefined;
   }
 }
 
@@ -130,7 +147,8 @@ bool RImage::ValidateGLAllocation(unsigned int* newTexture) {
   const LevelSize level = GetLevelSize();
   if (level.width >= width && level.height >= height) return true;
   // A texture of somebody else's that already shows the whole picture keeps its definition.
-  if (!newTexture && !mOwnsTexture && level.width >= mWidth && level.height >= mHeight && level.width > 0) return true;
+  if (!newTexture && !mOwnsTexture && level.width >= mWidth && level.height >= mHeight && level.width > 0)
+    return true;
   glTexImage2D(GL_TEXTURE_2D, 0, TransferPixelSize(mFormat), width, height, 0, static_cast<GLenum>(glFormat),
                GL_UNSIGNED_BYTE, nullptr);
   return true;
@@ -142,12 +160,13 @@ void RImage::UploadPixels(unsigned char* source) {
   if (mFormat == kImageFormatRGB555) {
     const std::int64_t bytes = RImageBytes(mWidth, mHeight, 1, 3);
     expanded = bytes > 0 ? RAllocatePixels(static_cast<std::uint64_t>(bytes)) : RPixelBuffer();
-    if (!expanded || !RImageConvertFormat(expanded.get(), kImageFormatRGB, mWidth, mHeight, source, mFormat)) return;
+    if (!expanded || !RImageConvertFormat(expanded.get(), kImageFormatRGB, mWidth, mHeight, source, mFormat))
+      return;
     source = expanded.get();
   }
   const ScopedTightUnpack unpack;
-  glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, mWidth, mHeight, static_cast<GLenum>(ImageFormatToGLFormat(mFormat)),
-                  GL_UNSIGNED_BYTE, source);
+  glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, mWidth, mHeight,
+                  static_cast<GLenum>(ImageFormatToGLFormat(mFormat)), GL_UNSIGNED_BYTE, source);
 }
 
 bool RImage::RequestIncarnation(kIncarnationType incarnation, bool transfer) {
@@ -190,7 +209,8 @@ void RImage::DownloadPixels() {
   const int transferSize = TransferPixelSize(mFormat);
   const std::int64_t levelBytes = RImageBytes(level.width, level.height, 1, transferSize);
   if (level.width < 1 || level.height < 1 || levelBytes < 0) return;
-  // glGetTexImage always writes the whole level, so a level of another size or pixel size goes through a buffer.
+  // glGetTexImage always writes the whole level, so a level of another size or pixel size goes through a
+  // buffer.
   const bool direct = level.width == mWidth && level.height == mHeight && transferSize == mPixelSize;
   RPixelBuffer buffer = direct ? RPixelBuffer() : RAllocatePixels(static_cast<std::uint64_t>(levelBytes));
   if (!direct && !buffer) return;
@@ -201,7 +221,8 @@ void RImage::DownloadPixels() {
   glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
   {
     const ScopedPackAlignment alignment;
-    glGetTexImage(GL_TEXTURE_2D, 0, static_cast<GLenum>(ImageFormatToGLFormat(mFormat)), GL_UNSIGNED_BYTE, destination);
+    glGetTexImage(GL_TEXTURE_2D, 0, static_cast<GLenum>(ImageFormatToGLFormat(mFormat)), GL_UNSIGNED_BYTE,
+                  destination);
   }
   glPixelStorei(GL_PACK_ROW_LENGTH, mWidth);
   if (!direct) CopyLevel(buffer.get(), level.width, level.height, transferSize);

@@ -18,8 +18,8 @@ struct Registration {
   RObjectFactory factory;
 };
 
-// Readers and writers of one extension share a factory; the host decides by the operation it calls which one it is.
-// Each extension has a factory of its own, which `kExtension` keeps apart.
+// Readers and writers of one extension share a factory; the host decides by the operation it calls which one
+// it is. Each extension has a factory of its own, which `kExtension` keeps apart.
 template <class Stream, int kExtension>
 IObject* CreateStream(IObject*, const char*, void*) {
   return (new Stream)->IQuery(0, 0);
@@ -27,7 +27,8 @@ IObject* CreateStream(IObject*, const char*, void*) {
 
 enum kExtension : int { kTif, kTiff, kJpg, kJpeg, kTga, kBmp, kSvg, kPng };
 
-// Deliberate: jpeg, bmp, svg and png are read but have no writer here; `RImage::WriteToDisk` writes what Qt can.
+// Deliberate: jpeg, bmp, svg and png are read but have no writer here; `RImage::WriteToDisk` writes what Qt
+// can.
 constexpr std::array kRegistrations{
     Registration{kReaders, "tif", "Stream", CreateStream<RImageStreamQT, kTif>},
     Registration{kWriters, "tif", "Stream", CreateStream<RImageStreamQT, kTif>},

@@ -4,6 +4,6 @@
 #include "image/RImageExport.h"
 #include "rbaselib/RDllOperation.h"
 
-/// Called by the host with the operations of its module protocol. On `kDllStart` the module files its effects, readers
-/// and writers in the host's factory registry; every other operation does nothing.
+/// Called by the host with the operations of its module protocol. On `kDllStart` the module files its
+/// effects, readers and writers in the host's factory registry; every other operation does nothing.
 extern "C" RIMAGE_API void EntryPointrimage(kDllOperation operation);

@@ -10,8 +10,8 @@
 #include <span>
 #include <type_traits>
 
-/// Reads numbers and bytes from a span that it borrows. The byte order is in the name of the operation. A read that
-/// does not fit returns false and leaves its target and the position as they were.
+/// Reads numbers and bytes from a span that it borrows. The byte order is in the name of the operation. A
+/// read that does not fit returns false and leaves its target and the position as they were.
 class RByteReader {
  public:
   explicit RByteReader(std::span<const unsigned char> bytes) : mBytes(bytes) {}
@@ -21,15 +21,11 @@ class RByteReader {
   std::size_t Remaining() const { return mBytes.size() - mPosition; }
 
   template <class T>
-    requires std::integral<T> || std::floating_point<T>
-  [[nodiscard]] bool Big(T& value) {
-    return Number<std::endian::big>(value);
-  }
+  requires std::integral<T> || std::floating_point<T>
+  [[nodiscard]] bool Big(T& value) { return Number<std::endian::big>(value); }
   template <class T>
-    requires std::integral<T> || std::floating_point<T>
-  [[nodiscard]] bool Little(T& value) {
-    return Number<std::endian::little>(value);
-  }
+  requires std::integral<T> || std::floating_point<T>
+  [[nodiscard]] bool Little(T& value) { return Number<std::endian::little>(value); }
 
   /// Copies exactly `size` bytes.
   [[nodiscard]] bool Bytes(void* destination, std::size_t size) {

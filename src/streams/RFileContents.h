@@ -9,8 +9,9 @@
 /// The bytes of a file.
 class RFileContents {
  public:
-  /// Reads the file at `path` (UTF-8). Fails, leaving what was held, when it cannot be opened, is no regular file, is
-  /// larger than 2 GiB or memory runs out. A file that shrinks while it is read gives the bytes there were.
+  /// Reads the file at `path` (UTF-8). Fails, leaving what was held, when it cannot be opened, is no regular
+  /// file, is larger than 2 GiB or memory runs out. A file that shrinks while it is read gives the bytes
+  /// there were.
   [[nodiscard]] bool Read(const char* path);
 
   std::span<const unsigned char> Bytes() const { return {mBuffer.get(), mSize}; }

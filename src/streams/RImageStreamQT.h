@@ -3,19 +3,19 @@
 
 #include "streams/RImageStream.h"
 
-/// Reads and writes what `QImageReader` and `QImageWriter` list among tif, tiff, jpg, jpeg, tga, bmp, png and svg;
-/// files of the suffix "tga" that Qt does not load, or does not write, take the module's own codec.
+/// Reads and writes what `QImageReader` and `QImageWriter` list among tif, tiff, jpg, jpeg, tga, bmp, png and
+/// svg; files of the suffix "tga" that Qt does not load, or does not write, take the module's own codec.
 class RIMAGE_API RImageStreamQT : public RImageStream {
   R_CLASS(RImageStreamQT, RImageStream)
 
   RImageStreamQT();
   ~RImageStreamQT() override;
 
-  /// Reads the file into `GetImage(true)`, bottom row first: 3 bytes a pixel for layouts without alpha, else RGBA,
-  /// straight or premultiplied as the file has it. Without a QGuiApplication SVG files do not load. The options are
-  /// not used. A TGA file of a kind that is not read destroys the image and detaches it.
+  /// Reads the file into `GetImage(true)`, bottom row first: 3 bytes a pixel for layouts without alpha, else
+  /// RGBA, straight or premultiplied as the file has it. Without a QGuiApplication SVG files do not load. The
+  /// options are not used. A TGA file of a kind that is not read destroys the image and detaches it.
   bool StreamOpen(RStreamOptions* options) override;
-  /// Writes `GetImage(false)` with the options' quality, compression and text. RGBA pixels count as premultiplied.
-  /// Leaves an RGBA or RGB image flipped top to bottom.
+  /// Writes `GetImage(false)` with the options' quality, compression and text. RGBA pixels count as
+  /// premultiplied. Leaves an RGBA or RGB image flipped top to bottom.
   bool StreamCreate(RStreamOptions* options) override;
 };
