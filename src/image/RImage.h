@@ -206,6 +206,8 @@ class RIMAGE_API RImage : public RObject {
 
   /// Returns the first byte of a layer, borrowed, or null when there is no such layer or no memory.
   unsigned char* GetImageBitsAtDepth(unsigned int layer);
+  /// Whether the raw buffer holds `layers` layers of the description.
+  bool HoldsPixels(int layers) const;
   /// Swaps rows top to bottom in place, in the first layer. No update is counted.
   void ImageVerticalFlip();
   /// Copies this image into `destination`, moved by `dx` columns to the right and `dy` rows towards row 0.
@@ -263,8 +265,6 @@ class RIMAGE_API RImage : public RObject {
   void ExtractAverage(unsigned char* destination, unsigned char* source, unsigned char* end, int rowBytes,
                       unsigned char* destinationEnd);
 
-  /// Whether the raw buffer holds `layers` layers of the description.
-  bool HoldsPixels(int layers) const;
   /// Frees the storage and takes `buffer`, of `bytes` bytes, as the raw pixels.
   void AdoptPixels(RPixelBuffer buffer, int bytes);
 

@@ -18,4 +18,8 @@ class RIMAGE_API RImageStreamQT : public RImageStream {
   /// Writes `GetImage(false)` with the options' quality, compression and text. RGBA pixels count as
   /// premultiplied. Leaves an RGBA or RGB image flipped top to bottom.
   bool StreamCreate(RStreamOptions* options) override;
+
+ private:
+  /// Reads with the own codec; a refused file destroys and detaches `image`.
+  bool OpenTga(RImage& image);
 };

@@ -1,0 +1,178 @@
+#include "streams/RImageStreamQT.h"
+
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QImageReader>
+#include <QImageWriter>
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "image/RDestroyPtr.h"
+#include "streams/QImageLayout.h"
+#include "streams/TgaCodec.h"
+
+namespace {
+
+enum kFileKind : int {
+  kFileNone = 0,
+  kFileTiff = 1,
+  kFileJpeg = 2,
+  kFileTga = 3,
+  kFileBmp = 4,
+  kFilePng = 5,
+  kFileDds = 6,
+  kFileSvg = 7,
+};
+
+struct Suffix {
+  std::string_view text;
+  kFileKind kind;
+};
+
+constexpr std::array kSuffixes{
+    Suffix{"tif", kFileTiff},  Suffix{"tiff", kFileTiff}, Suffix{"jpg", kFileJpeg},
+    Suffix{"jpeg", kFileJpeg}, Suffix{"tga", kFileTga},   Suffix{"bmp", kFileBmp},
+    Suffix{"png", kFilePng},   Suffix{"dds", kFileDds},   Suffix{"svg", kFileSvg},
+};
+
+QByteArray SuffixOf(const QString& path) { return QFileInfo(path).suffix().toLower().toUtf8(); }
+
+kFileKind KindOf(const QByteArray& suffix) {
+  const std::string_view text(suffix.constData(), static_cast<std::size_t>(suffix.size()));
+  const auto row = std::ranges::find(kSuffixes, text, &Suffix::text);
+  return row == kSuffixes.end() ? kFileNone : row->kind;
+}
+
+// The kind of the suffix when Qt has a reader (or writer) of that name.
+kFileKind UsableKindOf(const QByteArray& suffix, const QList<QByteArray>& qtFormats) {
+  const bool listed = std::ranges::any_of(
+      qtFormats, [&](const QByteArray& format) { return format.compare(suffix, Qt::CaseInsensitive) == 0; });
+  return listed ? KindOf(suffix) : kFileNone;
+}
+
+// Text in a vector file aborts the process when there is no GUI application. What a file holds is decided by
+// its contents, not its suffix.
+bool WouldAbort(const QString& path) {
+  if (qobject_cast<QGuiApplication*>(QCoreApplication::instance())) return false;
+  return QImageReader(path).format().startsWith("svg");
+}
+
+QImage Load(const QString& path, kFileKind kind) {
+  if (WouldAbort(path)) return {};
+  QImage loaded = QImageReader(path).read();
+  // Deliberate: icons come with the suffix bmp, too.
+  if (loaded.isNull() && kind == kFileBmp) loaded = QImageReader(path, "ico").read();
+  return loaded;
+}
+
+void CopyRowsBottomUp(const QImage& source, unsigned char* destination, std::size_t rowBytes) {
+  for (int y = source.height() - 1; y >= 0; --y, destination += rowBytes) {
+    std::memcpy(destination, source.constScanLine(y), rowBytes);
+  }
+}
+
+[[nodiscard]] bool Fill(RImage& image, QImage loaded) {
+  const QImageLayout& layout = LayoutOf(loaded.format());
+  const QImage pixels = std::move(loaded).convertToFormat(layout.converted);
+  if (pixels.isNull()) return false;
+  if (!image.Init(layout.format, pixels.width(), pixels.height(), 0, 0, false, kImageTypeFrame,
+                  kInterleaveNone, kInterpolationNone, RImage::kIncarnationRaw)) {
+    return false;
+  }
+  CopyRowsBottomUp(
+      pixels, image.GetImageBits(),
+      static_cast<std::size_t>(image.GetWidth()) * static_cast<std::size_t>(image.GetPixelSize()));
+  return true;
+}
+
+// --- Writing.
+
+// The image to hand to Qt, upside down: the caller's own where Qt knows its layout, else a converted copy.
+struct Drain {
+  RImage* image = nullptr;
+  RDestroyPtr<RImage> copy;
+};
+
+Drain PrepareDrain(RImage& source) {
+  Drain drain{&source, nullptr};
+  const kImageFormat format = source.GetFormat();
+  if (format != kImageFormatRGBA && format != kImageFormatRGB) {
+    drain.copy.reset(source.Clone());
+    drain.image = drain.copy.get();
+    const kImageFormat target = format == kImageFormatBGR ? kImageFormatRGB : kImageFormatRGBA;
+    if (!drain.image || !drain.image->ConvertFormat(target)) return {};
+  }
+  if (!drain.image->HoldsPixels(1)) return {};
+  // Deliberate: the caller's own image stays flipped after the write; who keeps it flips it back.
+  drain.image->ImageVerticalFlip();
+  return drain;
+}
+
+// Shares the pixels of `image`.
+QImage Wrap(RImage& image) {
+  const bool rgb = image.GetFormat() == kImageFormatRGB;
+  // Deliberate: RGBA counts as premultiplied; Qt divides for formats that store straight alpha.
+  const QImage::Format format = rgb ? QImage::Format_RGB888 : QImage::Format_RGBA8888_Premultiplied;
+  const qsizetype rowBytes = qsizetype{image.GetWidth()} * image.GetPixelSize();
+  const unsigned char* bits = image.GetImageBits();
+  return {bits, image.GetWidth(), image.GetHeight(), rowBytes, format};
+}
+
+void Apply(const RStreamOptions* options, QImageWriter& writer) {
+  if (!options) {
+    writer.setQuality(100);
+    writer.setCompression(0);
+    return;
+  }
+  const QString text = QString::fromUtf8(options->text.GetChars());
+  if (!text.isEmpty()) writer.setText(QString(), text);
+  writer.setQuality(options->quality);
+  writer.setCompression(options->compression);
+}
+
+}  // namespace
+
+RImageStreamQT::RImageStreamQT() = default;
+
+RImageStreamQT::~RImageStreamQT() { RunTeardown(); }
+
+bool RImageStreamQT::StreamOpen(RStreamOptions*) {
+  const char* name = GetFileName();
+  const QString path = QString::fromUtf8(name);
+  const kFileKind kind = UsableKindOf(SuffixOf(path), QImageReader::supportedImageFormats());
+  if (kind == kFileNone) return false;
+  RImage* image = GetImage(true);
+  if (!image) return false;
+  QImage loaded = Load(path, kind);
+  if (kind == kFileSvg) image->SetVectorSourcePath(name);
+  if (loaded.isNull()) return kind == kFileTga && OpenTga(*image);
+  if (!Fill(*image, std::move(loaded))) return false;
+  if (kind != kFileSvg) image->SetVectorSourcePath("");
+  return true;
+}
+
+bool RImageStreamQT::OpenTga(RImage& image) {
+  const kTgaResult result = TgaRead(GetFileName(), image);
+  if (result == kTgaRefused) {
+    SetImage(nullptr);
+    image.Destroy(0);
+  }
+  if (result == kTgaRead) image.SetVectorSourcePath("");
+  return result == kTgaRead;
+}
+
+bool RImageStreamQT::StreamCreate(RStreamOptions* options) {
+  RImage* source = GetImage(false);
+  if (!source) return false;
+  const QString path = QString::fromUtf8(GetFileName());
+  const QByteArray suffix = SuffixOf(path);
+  if (UsableKindOf(suffix, QImageWriter::supportedImageFormats()) == kFileNone) {
+    return KindOf(suffix) == kFileTga && TgaWrite(GetFileName(), *source);
+  }
+  const Drain drain = PrepareDrain(*source);
+  if (!drain.image) return false;
+  QImageWriter writer(path, QByteArray());
+  Apply(options, writer);
+  return writer.write(Wrap(*drain.image));
+}

@@ -1,0 +1,179 @@
+#include "streams/TgaCodec.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <span>
+
+#include "image/RImageFormat.h"
+#include "rbaselib/RFile.h"
+#include "streams/TgaFormat.h"
+
+namespace {
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
+
+FilePtr OpenUnbuffered(const char* path) {
+  FilePtr file(WideCharFileOpen(path, "rb"));
+  // There are two reads, the header's and that of all pixels: a buffer between would only cost a copy.
+  if (file) std::setvbuf(file.get(), nullptr, _IONBF, 0);
+  return file;
+}
+
+[[nodiscard]] bool ReadBytes(std::FILE* file, unsigned char* destination, std::size_t size) {
+  return std::fread(destination, 1, size, file) == size;
+}
+
+[[nodiscard]] bool ReadHeader(std::FILE* file, TgaHeader& header) {
+  std::array<unsigned char, TgaHeader::kSize> bytes;
+  if (!ReadBytes(file, bytes.data(), bytes.size())) return false;
+  RByteReader reader(bytes);
+  return header.Read(reader);
+}
+
+// Leaves the file at its first pixel.
+[[nodiscard]] bool HoldsPixels(std::FILE* file, std::int64_t pixelBytes) {
+  constexpr auto kPixels = static_cast<long>(TgaHeader::kSize);
+  return std::fseek(file, 0, SEEK_END) == 0 && std::ftell(file) - kPixels >= pixelBytes &&
+         std::fseek(file, kPixels, SEEK_SET) == 0;
+}
+
+[[nodiscard]] bool InitImage(RImage& image, kImageFormat format, const TgaHeader& header) {
+  return image.Init(format, header.width, header.height, 0, 0, false, kImageTypeFrame, kInterleaveNone,
+                    kInterpolationNone, RImage::kIncarnationRaw);
+}
+
+// Deliberate: the alpha of a 16-bit pixel is 0 or 128, its attribute bit where it stands; it is not spread to
+// 255.
+void ExpandA1R5G5B5(std::span<const unsigned char> source, unsigned char* bgra) {
+  for (std::size_t i = 0; i < source.size() / 2; ++i) {
+    const unsigned low = source[2 * i];
+    const unsigned high = source[2 * i + 1];
+    bgra[4 * i + 0] = static_cast<unsigned char>(low * 8);
+    bgra[4 * i + 1] = static_cast<unsigned char>(((high & 3) * 64) | ((low >> 2) & 56));
+    bgra[4 * i + 2] = static_cast<unsigned char>((high & 252) * 2);
+    bgra[4 * i + 3] = static_cast<unsigned char>(high & 128);
+  }
+}
+
+[[nodiscard]] bool Read16(std::FILE* file, const TgaHeader& header, std::size_t bytes, RImage& image) {
+  const RPixelBuffer words = RAllocatePixels(bytes);
+  if (!words || !ReadBytes(file, words.get(), bytes)) return false;
+  if (!InitImage(image, kImageFormatBGRA, header)) return false;
+  ExpandA1R5G5B5({words.get(), bytes}, image.GetImageBits());
+  return true;
+}
+
+[[nodiscard]] bool ReadPixels(std::FILE* file, const TgaHeader& header, RImage& image) {
+  const int pixelSize = header.depth / 8;
+  const std::int64_t bytes = RImageBytes(header.width, header.height, 1, pixelSize);
+  if (bytes < 0 || !HoldsPixels(file, bytes)) return false;
+  const auto size = static_cast<std::size_t>(bytes);
+  if (pixelSize == 2) return Read16(file, header, size, image);
+  const kImageFormat format = pixelSize == 4 ? kImageFormatBGRA : kImageFormatBGR;
+  return InitImage(image, format, header) && ReadBytes(file, image.GetImageBits(), size);
+}
+
+// --- Writing.
+
+// Converts `count` pixels to the file's byte order.
+using ToFileOrder = void (*)(unsigned char* destination, const unsigned char* source, int count);
+
+template <kImageFormat kTo, kImageFormat kFrom>
+void Convert(unsigned char* destination, const unsigned char* source, int count) {
+  // The converter only reads from its source; its signature is the host's.
+  (void)RImageConvertFormat(destination, kTo, count, 1, const_cast<unsigned char*>(source), kFrom);
+}
+
+// Byte i of a pixel comes from byte k<i> of the source; the pairs that `RImageConvertFormat` does not know.
+template <int k0, int k1, int k2, int k3>
+void Permute(unsigned char* destination, const unsigned char* source, int count) {
+  for (std::size_t i = 0; i < 4 * static_cast<std::size_t>(count); i += 4) {
+    destination[i + 0] = source[i + k0];
+    destination[i + 1] = source[i + k1];
+    destination[i + 2] = source[i + k2];
+    destination[i + 3] = source[i + k3];
+  }
+}
+
+struct FileLayout {
+  kImageFormat format;
+  std::uint8_t depth;       // bits a pixel; 0: not written
+  std::uint8_t descriptor;  // 8: eight alpha bits; rows from the bottom left in any case
+  ToFileOrder convert;      // null: the pixels are in the file's order already
+};
+
+constexpr std::array kFileLayouts{
+    FileLayout{kImageFormatUndefined, 0, 0, nullptr},
+    FileLayout{kImageFormatEmpty, 0, 0, nullptr},
+    FileLayout{kImageFormatRGBA, 32, 8, Convert<kImageFormatBGRA, kImageFormatRGBA>},
+    FileLayout{kImageFormatRGB, 24, 0, Convert<kImageFormatBGR, kImageFormatRGB>},
+    FileLayout{kImageFormatBGRA, 32, 8, nullptr},
+    FileLayout{kImageFormatBGR, 24, 0, nullptr},
+    FileLayout{kImageFormatRGB555, 0, 0, nullptr},
+    FileLayout{kImageFormatABGR, 32, 8, Permute<1, 2, 3, 0>},
+    FileLayout{kImageFormatARGB, 32, 8, Permute<3, 2, 1, 0>},
+};
+static_assert([] {
+  for (std::size_t i = 0; i < kFileLayouts.size(); ++i) {
+    const FileLayout& row = kFileLayouts[i];
+    if (row.format != static_cast<kImageFormat>(i)) return false;
+    if (row.depth != 0 && row.depth != 8 * kBytesPerPixel[i]) return false;
+  }
+  return kFileLayouts.size() == kBytesPerPixel.size();
+}());
+
+// A block fits the cache, so that the file system copies what the conversion has just left there.
+constexpr int kBlockPixels = 16384;
+
+[[nodiscard]] bool WritePixels(RFile& file, const FileLayout& layout, std::span<const unsigned char> pixels) {
+  if (!layout.convert) return file.Write(pixels.data(), pixels.size()) == pixels.size();
+  const std::size_t pixelSize = layout.depth / 8U;
+  std::array<unsigned char, 4 * kBlockPixels> block;
+  while (!pixels.empty()) {
+    const auto part = pixels.first(std::min(pixels.size(), pixelSize * kBlockPixels));
+    layout.convert(block.data(), part.data(), static_cast<int>(part.size() / pixelSize));
+    if (file.Write(block.data(), part.size()) != part.size()) return false;
+    pixels = pixels.subspan(part.size());
+  }
+  return true;
+}
+
+bool Fits(int side) { return side >= 0 && side <= TgaHeader::kMaximumSide; }
+
+}  // namespace
+
+kTgaResult TgaRead(const char* path, RImage& image) {
+  const FilePtr file = OpenUnbuffered(path);
+  TgaHeader header;
+  if (!file || !ReadHeader(file.get(), header)) return kTgaFailed;
+  if (header.imageType != TgaHeader::kTrueColour) return kTgaRefused;
+  if (header.depth != 16 && header.depth != 24 && header.depth != 32) return kTgaRefused;
+  return ReadPixels(file.get(), header, image) ? kTgaRead : kTgaFailed;
+}
+
+bool TgaWrite(const char* path, RImage& image) {
+  const FileLayout& layout = kFileLayouts[static_cast<std::size_t>(image.GetFormat())];
+  const int width = image.GetWidth();
+  const int height = image.GetHeight();
+  if (layout.depth == 0 || !Fits(width) || !Fits(height)) return false;
+  const std::int64_t bytes = RImageBytes(width, height, 1, layout.depth / 8);
+  if (bytes < 0 || (bytes > 0 && !image.HoldsPixels(1))) return false;
+
+  TgaHeader header;
+  header.imageType = TgaHeader::kTrueColour;
+  header.width = static_cast<std::uint16_t>(width);
+  header.height = static_cast<std::uint16_t>(height);
+  header.depth = layout.depth;
+  header.descriptor = layout.descriptor;
+  const auto start = header.Bytes();
+  RFile file;
+  if (!file.Open(path, "wb") || file.Write(start.data(), start.size()) != start.size()) return false;
+  const bool written = WritePixels(file, layout, {image.GetImageBits(), static_cast<std::size_t>(bytes)});
+  return file.Close() && written;
+}
