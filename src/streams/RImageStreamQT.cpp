@@ -40,7 +40,7 @@ QByteArray SuffixOf(const QString& path) { return QFileInfo(path).suffix().toLow
 
 kFileKind KindOf(const QByteArray& suffix) {
   const std::string_view text(suffix.constData(), static_cast<std::size_t>(suffix.size()));
-  const auto row = std::ranges::find(kSuffixes, text, &Suffix::text);
+  const auto* const row = std::ranges::find(kSuffixes, text, &Suffix::text);
   return row == kSuffixes.end() ? kFileNone : row->kind;
 }
 

@@ -129,7 +129,7 @@ static_assert([] {
 }());
 
 // A block fits the cache, so that the file system copies what the conversion has just left there.
-constexpr int kBlockPixels = 16384;
+constexpr std::size_t kBlockPixels = 16384;
 
 [[nodiscard]] bool WritePixels(RFile& file, const FileLayout& layout, std::span<const unsigned char> pixels) {
   if (!layout.convert) return file.Write(pixels.data(), pixels.size()) == pixels.size();
