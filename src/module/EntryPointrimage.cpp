@@ -5,6 +5,7 @@
 
 #include "rbaselib/RObjectRegistry.h"
 #include "streams/RImageStreamQT.h"
+#include "streams/RImageStreamsgi.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ IObject* CreateStream(IObject*, const char*, void*) {
   return (new Stream)->IQuery(0, 0);
 }
 
-enum kExtension : int { kTif, kTiff, kJpg, kJpeg, kTga, kBmp, kSvg, kPng };
+enum kExtension : int { kTif, kTiff, kJpg, kJpeg, kTga, kBmp, kSgi, kRgb, kRgba, kSvg, kPng };
 
 // Deliberate: jpeg, bmp, svg and png are read but have no writer here; `RImage::WriteToDisk` writes what Qt
 // can.
@@ -40,6 +41,9 @@ constexpr std::array kRegistrations{
     Registration{kReaders, "tga", "Stream", CreateStream<RImageStreamQT, kTga>},
     Registration{kWriters, "tga", "Stream", CreateStream<RImageStreamQT, kTga>},
     Registration{kReaders, "bmp", "Stream", CreateStream<RImageStreamQT, kBmp>},
+    Registration{kReaders, "sgi", "Stream", CreateStream<RImageStreamsgi, kSgi>},
+    Registration{kReaders, "rgb", "Stream", CreateStream<RImageStreamsgi, kRgb>},
+    Registration{kReaders, "rgba", "Stream", CreateStream<RImageStreamsgi, kRgba>},
     Registration{kReaders, "svg", "Stream", CreateStream<RImageStreamQT, kSvg>},
     Registration{kReaders, "png", "Stream", CreateStream<RImageStreamQT, kPng>},
 };

@@ -1,0 +1,88 @@
+// The bounded writer of decoded rows.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <span>
+
+#include "streams/RByteReader.h"
+
+/// Writes samples into a row that it borrows, one after the other. It counts every sample that it is given,
+/// as a run-length decoder does, and drops those that do not fit the row: a run past the end writes nothing
+/// there.
+///
+/// Short runs are written in blocks of a fixed size, which is several times as fast as writing them exactly:
+/// until the row is full, what follows the samples given so far is undefined. A row that stays short is made
+/// whole by `Finish`.
+class RRowWriter {
+ public:
+  explicit RRowWriter(std::span<unsigned char> row) : mRow(row) {}
+
+  /// Samples given so far, the dropped ones included.
+  std::size_t Count() const { return mCount; }
+  /// Whether at least as many samples were given as the row holds.
+  bool IsFull() const { return mCount >= mRow.size(); }
+  bool IsExact() const { return mCount == mRow.size(); }
+
+  void Fill(unsigned char sample, std::size_t count) {
+    const auto rest = Rest();
+    mCount += count;
+    if (count <= kBlock && rest.size() >= kBlock) {
+      std::memset(rest.data(), sample, kPart);
+      if (count > kPart) std::memset(rest.data() + kPart, sample, kBlock - kPart);
+    } else if (!rest.empty()) {
+      std::memset(rest.data(), sample, std::min(count, rest.size()));
+    }
+  }
+
+  /// Takes `count` samples of `kStride` bytes each from the reader, of which the first byte counts. Returns
+  /// false when there are fewer, after taking those.
+  template <std::size_t kStride = 1>
+  [[nodiscard]] bool Copy(RByteReader& in, std::size_t count) {
+    const auto ahead = RByteReader(in).ViewUpTo(kBlock * kStride);
+    const auto samples = in.ViewUpTo(count * kStride);
+    if (count <= kBlock && ahead.size() == kBlock * kStride && Rest().size() >= kBlock) {
+      CopyBlock<kStride>(ahead.data(), Rest().data(), count);
+      mCount += count;
+      return true;
+    }
+    CopyExactly<kStride>(samples);
+    return samples.size() == count * kStride;
+  }
+
+  /// Completes a row that is not full from the same places of `before`, which is as long as the row.
+  void Finish(std::span<const unsigned char> before) {
+    const auto rest = Rest();
+    if (!rest.empty()) std::memcpy(rest.data(), before.last(rest.size()).data(), rest.size());
+  }
+
+ private:
+  // The longest run that is written in blocks, and the part of it that is enough for most runs.
+  static constexpr std::size_t kBlock = 128;
+  static constexpr std::size_t kPart = 32;
+
+  std::span<unsigned char> Rest() const { return mRow.subspan(std::min(mCount, mRow.size())); }
+
+  template <std::size_t kStride>
+  static void CopyBlock(const unsigned char* from, unsigned char* to, std::size_t count) {
+    if constexpr (kStride == 1) {
+      for (std::size_t i = 0; i < count; i += kPart) std::memcpy(to + i, from + i, kPart);
+    } else {
+      const std::size_t rounded = count > kPart ? kBlock : kPart;
+      for (std::size_t i = 0; i < rounded; ++i) to[i] = from[i * kStride];
+    }
+  }
+
+  template <std::size_t kStride>
+  void CopyExactly(std::span<const unsigned char> bytes) {
+    const auto rest = Rest();
+    const std::size_t count = bytes.size() / kStride;
+    const std::size_t fitting = std::min(count, rest.size());
+    for (std::size_t i = 0; i < fitting; ++i) rest[i] = bytes[i * kStride];
+    mCount += count;
+  }
+
+  std::span<unsigned char> mRow;
+  std::size_t mCount = 0;
+};

@@ -1,0 +1,23 @@
+// Reads the sample files of the module's own formats through the registry.
+#include <gtest/gtest.h>
+
+#include "image/RDestroyPtr.h"
+#include "image/RImage.h"
+#include "module/EntryPointrimage.h"
+#include "support/SampleManifest.h"
+
+namespace {
+
+class FormatSamplesTest : public testing::TestWithParam<test::Sample> {
+ protected:
+  static void SetUpTestSuite() { EntryPointrimage(kDllStart); }
+};
+
+TEST_P(FormatSamplesTest, ReadsTheExpectedPicture) {
+  const RDestroyPtr<RImage> image(RImage::ImageFileRead(GetParam().path.c_str()));
+  EXPECT_TRUE(test::Check(GetParam(), image.get()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Sgi, FormatSamplesTest, testing::ValuesIn(test::LoadSamples("sgi")), test::SampleName);
+
+}  // namespace
