@@ -1,0 +1,27 @@
+// The sub-commands: one file each.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+#include "Failure.h"
+#include "Host.h"
+#include "PictureFile.h"
+
+/// A sub-command: its part of the command line, and what runs when it was chosen.
+struct Command {
+  CLI::App* app;
+  std::function<ExitCode(Host&)> run;
+};
+
+/// Adds what every sub-command that reads pictures takes: --no-orient and --max-memory.
+void AddReadOptions(CLI::App& app, ReadOptions& options);
+
+/// Fails with a usage error unless a required argument is there.
+void Require(const CLI::App& app, const char* name, bool given);
+
+Command AddFormatsCommand(CLI::App& app);
+Command AddInfoCommand(CLI::App& app);
+Command AddConvertCommand(CLI::App& app);
+Command AddCompareCommand(CLI::App& app);
+Command AddSheetCommand(CLI::App& app);

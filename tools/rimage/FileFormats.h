@@ -1,0 +1,42 @@
+// What can be read and written, by extension.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The groups of the module's registrations.
+inline constexpr const char* kReaderGroup = "Stream/Reader/Image";
+inline constexpr const char* kWriterGroup = "Stream/Writer/Image";
+
+/// A registered reader or writer.
+struct StreamEntry {
+  std::string extension;
+  std::string className;
+  bool available = false;  ///< false when the Qt plugin that it needs is not installed
+};
+
+/// What becomes of alpha in a file of some extension.
+enum class TargetAlpha {
+  kNone,   ///< the format has no alpha
+  kBytes,  ///< the writer stores the bytes as they are, and readers take them as straight
+  kQt,     ///< Qt stores alpha and is told whether the colours are premultiplied
+};
+
+/// Returns the text after the last dot of the file's name in lower case; empty when there is none.
+std::string ExtensionOf(const std::string& path);
+
+/// Returns the registered readers (or writers) in the order of their registration.
+std::vector<StreamEntry> ListStreams(const char* group);
+/// Returns the extensions that have no registered writer but that the module writes through Qt.
+std::vector<std::string> ListQtWriters();
+
+/// Returns the class of the registered stream for the path's extension; nothing when there is none.
+std::optional<std::string> StreamClass(const char* group, const std::string& path);
+
+/// Fails unless a file of this name can be read (written), as far as its extension tells.
+void CheckReader(const std::string& path);
+void CheckWriter(const std::string& path);
+
+/// Returns what becomes of alpha in a file of this name.
+TargetAlpha AlphaOfTarget(const std::string& path);

@@ -1,0 +1,98 @@
+// rimage info: what a picture file holds.
+#include <fmt/format.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "Commands.h"
+#include "FileFormats.h"
+#include "Orientation.h"
+#include "Statistics.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct Options {
+  std::vector<std::string> files;
+  bool json = false;
+  ReadOptions read;
+};
+
+const char* AlphaName(const Picture& picture) {
+  if (!HasAlpha(picture.image->GetFormat())) return "none";
+  if (IsOpaque(picture)) return "opaque";
+  return picture.alpha == AlphaState::kPremultiplied ? "premultiplied" : "straight";
+}
+
+Json Describe(const std::string& path, const FilePicture& file) {
+  RImage& image = *file.picture.image;
+  const auto measured = MeasureChannels(file.picture);
+  Json channels = Json::object();
+  const std::size_t count = HasAlpha(image.GetFormat()) ? 4 : 3;
+  for (std::size_t c = 0; c < count; ++c) {
+    channels[kChannelNames[c]] = {
+        {"min", measured[c].least}, {"max", measured[c].most}, {"mean", measured[c].mean}};
+  }
+  return {{"file", path},
+          {"width", image.GetWidth()},
+          {"height", image.GetHeight()},
+          {"layers", image.GetDepth()},
+          {"format", FormatName(image.GetFormat())},
+          {"stream", StreamClass(kReaderGroup, path).value_or("")},
+          {"alpha", AlphaName(file.picture)},
+          {"orientation", OrientationName(file.orientation)},
+          {"channels", channels}};
+}
+
+void PrintText(const Json& info) {
+  fmt::print("{}: {} x {} {}, {} layer{}, {}\n", Printable(info["file"].get<std::string>()),
+             info["width"].get<int>(), info["height"].get<int>(), info["format"].get<std::string>(),
+             info["layers"].get<int>(), info["layers"] == 1 ? "" : "s", info["stream"].get<std::string>());
+  fmt::print("  alpha: {}\n", info["alpha"].get<std::string>());
+  const auto orientation = info["orientation"].get<std::string>();
+  if (!orientation.empty()) fmt::print("  stored: {}\n", orientation);
+  for (const auto& [name, channel] : info["channels"].items()) {
+    fmt::print("  {:<6}min {:>3}  max {:>3}  mean {:7.3f}\n", name, channel["min"].get<int>(),
+               channel["max"].get<int>(), channel["mean"].get<double>());
+  }
+}
+
+// File names need not be UTF-8; JSON must be.
+void PrintJson(const Json& json) {
+  fmt::print("{}\n", json.dump(2, ' ', false, Json::error_handler_t::replace));
+}
+
+ExitCode Run(Host& host, const Options& options) {
+  Json all = Json::array();
+  std::size_t failed = 0;
+  ExitCode worst = ExitCode::kOk;
+  for (const std::string& path : options.files) {
+    try {
+      Json info = Describe(path, ReadPictureFile(host, path, options.read));
+      if (!options.json) PrintText(info);
+      if (options.json) all.push_back(std::move(info));
+    } catch (const Failure& failure) {
+      Show(failure);
+      all.push_back({{"file", path}, {"error", failure.Reason()}});
+      worst = failure.Code();
+      ++failed;
+    }
+  }
+  if (options.json) PrintJson(all);
+  return failed == 0 || failed == options.files.size() ? worst : ExitCode::kDifferent;
+}
+
+}  // namespace
+
+Command AddInfoCommand(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("info", "Show size, layout, alpha and statistics of pictures");
+  const auto options = std::make_shared<Options>();
+  command->add_option("FILE", options->files, "Pictures")->type_name("");
+  command->add_flag("--json", options->json, "Print JSON: a list with an object for each file");
+  AddReadOptions(*command, options->read);
+  return {command, [command, options](Host& host) {
+            Require(*command, "FILE", !options->files.empty());
+            return Run(host, *options);
+          }};
+}

@@ -1,0 +1,184 @@
+#include "OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "Failure.h"
+#include "FileFormats.h"
+
+namespace {
+
+constexpr std::array kInterruptions = {SIGINT, SIGTERM, SIGHUP};
+
+// The temporary file, for the signal handler; the empty string when there is none.
+char gTemporary[PATH_MAX] = "";
+
+extern "C" void HandleInterruption(int signal) {
+  if (gTemporary[0]) unlink(gTemporary);
+  _exit(128 + signal);
+}
+
+// Holds interruptions back, so that a file and its note for the handler change together.
+class InterruptionsHeld {
+ public:
+  InterruptionsHeld() {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int signal : kInterruptions) sigaddset(&set, signal);
+    sigprocmask(SIG_BLOCK, &set, &mBefore);
+  }
+  ~InterruptionsHeld() { sigprocmask(SIG_SETMASK, &mBefore, nullptr); }
+  InterruptionsHeld(const InterruptionsHeld&) = delete;
+  InterruptionsHeld& operator=(const InterruptionsHeld&) = delete;
+
+ private:
+  sigset_t mBefore{};
+};
+
+// An open file, closed at the end.
+class Descriptor {
+ public:
+  Descriptor(const char* path, int flags) : mFile(open(path, flags | O_CLOEXEC)) {}
+  ~Descriptor() {
+    if (mFile >= 0) close(mFile);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int Get() const { return mFile; }
+  bool Close() {
+    const int file = mFile;
+    mFile = -1;
+    return close(file) == 0;
+  }
+
+ private:
+  int mFile;
+};
+
+[[noreturn]] void Fail(const std::string& name, const std::string& reason, const std::string& hint = {}) {
+  throw Failure(ExitCode::kWrite, name, reason, hint);
+}
+
+// Follows symbolic links, also to a file that is not there yet.
+std::string FollowLinks(const std::string& name) {
+  constexpr int kMostLinks = 40;
+  std::filesystem::path path(name);
+  std::error_code error;
+  for (int links = 0; std::filesystem::is_symlink(path, error); ++links) {
+    if (links == kMostLinks) Fail(name, ErrorText(ELOOP));
+    const auto next = std::filesystem::read_symlink(path, error);
+    if (error) Fail(name, error.message());
+    path = path.parent_path() / next;
+  }
+  return path.string();
+}
+
+std::string FolderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+void CheckTarget(const std::string& name, const std::string& target) {
+  struct stat status {};
+  if (stat(target.c_str(), &status) != 0) return;
+  if (S_ISDIR(status.st_mode)) Fail(name, "this is a folder");
+  if (!S_ISREG(status.st_mode)) Fail(name, "this is no regular file");
+  if (access(target.c_str(), W_OK) != 0) Fail(name, ErrorText(errno));
+}
+
+mode_t CreationMask() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return mask;
+}
+
+// Gives the new file what the old one had, or what a new file gets.
+bool CopyPermissions(int file, const std::string& target) {
+  struct stat status {};
+  if (stat(target.c_str(), &status) != 0) return fchmod(file, 0666 & ~CreationMask()) == 0;
+  // Only a privileged caller may give files away; anyone else becomes the owner.
+  (void)!fchown(file, status.st_uid, status.st_gid);
+  return fchmod(file, status.st_mode & 07777) == 0;
+}
+
+bool Synchronise(int file) {
+  // Some file systems have nothing to synchronise and say so.
+  return fsync(file) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& target) : mName(target), mTarget(FollowLinks(target)) {
+  CheckTarget(mName, mTarget);
+  const std::string suffix = '.' + ExtensionOf(mName);
+  const std::string folder = FolderOf(mTarget);
+  std::string pattern = folder + "/.rimage-XXXXXX" + suffix;
+  if (pattern.size() >= sizeof(gTemporary)) Fail(mName, ErrorText(ENAMETOOLONG));
+  const InterruptionsHeld held;
+  const int file = mkstemps(pattern.data(), static_cast<int>(suffix.size()));
+  if (file < 0) {
+    if (errno == ENOENT)
+      Fail(mName, "the folder '" + Printable(folder) + "' does not exist", "create it first");
+    Fail(mName, ErrorText(errno));
+  }
+  close(file);
+  mTemporary = pattern;
+  std::memcpy(gTemporary, pattern.c_str(), pattern.size() + 1);
+}
+
+OutputFile::~OutputFile() {
+  if (mTemporary.empty()) return;
+  const InterruptionsHeld held;
+  unlink(mTemporary.c_str());
+  gTemporary[0] = '\0';
+}
+
+void OutputFile::Commit() {
+  Descriptor file(mTemporary.c_str(), O_WRONLY);
+  if (file.Get() < 0 || !CopyPermissions(file.Get(), mTarget) || !Synchronise(file.Get()) || !file.Close()) {
+    Fail(mName, ErrorText(errno));
+  }
+  const InterruptionsHeld held;
+  if (rename(mTemporary.c_str(), mTarget.c_str()) != 0) Fail(mName, ErrorText(errno));
+  mTemporary.clear();
+  gTemporary[0] = '\0';
+}
+
+std::string OutputFile::FindReason() const {
+  // A block as large as the file systems' own needs room of its own.
+  static constexpr std::array<char, 1 << 16> kBlock{};
+  Descriptor file(mTemporary.c_str(), O_WRONLY | O_APPEND);
+  if (file.Get() < 0) return ErrorText(errno);
+  for (std::size_t done = 0; done < kBlock.size();) {
+    const ssize_t written = write(file.Get(), kBlock.data() + done, kBlock.size() - done);
+    if (written < 0) return ErrorText(errno);
+    done += static_cast<std::size_t>(written);
+  }
+  return file.Close() ? "" : ErrorText(errno);
+}
+
+void InstallInterruptHandlers() {
+  for (const int signal : kInterruptions) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    // Who runs the tool in the background with interruptions ignored wants it to go on.
+    if (before.sa_handler == SIG_IGN) continue;
+    struct sigaction action {};
+    action.sa_handler = HandleInterruption;
+    sigfillset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+  }
+  std::signal(SIGXFSZ, SIG_IGN);
+}

@@ -1,0 +1,37 @@
+// Writing a file so that it is there whole or not at all.
+#pragma once
+
+#include <string>
+
+/// A file that is written under a temporary name beside its target and takes the target's place when it is
+/// complete.
+///
+/// The temporary file has the target's extension. It goes when the object goes without `Commit`, and when the
+/// process is interrupted. A target that is a symbolic link stays one: the file that it points to is
+/// replaced. An existing target's permissions are kept, and its owner where the system allows it; other hard
+/// links keep the old contents. One object at a time.
+class OutputFile {
+ public:
+  /// Fails when the target cannot be written: its folder is missing, it is a folder itself, it is
+  /// write-protected.
+  explicit OutputFile(const std::string& target);
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  const std::string& TemporaryPath() const { return mTemporary; }
+  /// Brings the contents to the disk and puts the file in the target's place.
+  void Commit();
+  /// Tells why writing to the temporary file fails, such as "No space left on device"; spoils its contents.
+  /// Empty when it does not fail.
+  std::string FindReason() const;
+
+ private:
+  std::string mName;       // as the caller calls the target
+  std::string mTarget;     // with links followed
+  std::string mTemporary;  // empty once it is gone
+};
+
+/// From now on an interruption (SIGINT, SIGTERM, SIGHUP) removes the temporary file and ends the process with
+/// 128 plus the signal's number, and a file that grows over the size limit fails like any other write.
+void InstallInterruptHandlers();

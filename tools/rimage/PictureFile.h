@@ -1,0 +1,39 @@
+// Reading and writing of picture files.
+#pragma once
+
+#include <QImageIOHandler>
+#include <cstdint>
+#include <string>
+
+#include "Host.h"
+#include "Picture.h"
+
+/// How pictures are read.
+struct ReadOptions {
+  bool orient = true;                                     ///< turn pictures the way their files ask for
+  std::uint64_t maxMemory = 1024ULL * 1024ULL * 1024ULL;  ///< bytes of pixels that one picture may take
+};
+
+/// How pictures are written.
+struct WriteOptions {
+  int quality = -1;      ///< 0 to 100; -1 leaves the choice to the format
+  int compression = -1;  ///< Qt's scale for the format; -1 leaves the choice to the format
+};
+
+/// A picture and how its file holds it.
+struct FilePicture {
+  Picture picture;
+  QImageIOHandler::Transformations orientation;  ///< what the file asks for, applied or not
+};
+
+/// Reads a file through the reader that is registered for its extension. Failures tell apart a file that is
+/// missing, not readable, empty, of an unknown extension, damaged or larger than allowed.
+FilePicture ReadPictureFile(Host& host, const std::string& path, const ReadOptions& options);
+
+/// The same, without the file's particulars.
+Picture ReadPicture(Host& host, const std::string& path, const ReadOptions& options);
+
+/// Writes the first layer through the registered writer for the extension, or else through Qt. What is seen
+/// is kept: colours are brought to the state that the file's format stores, and formats without alpha get the
+/// picture over black. A failure leaves an earlier file of that name as it was.
+void WritePicture(Picture picture, const std::string& path, const WriteOptions& options);

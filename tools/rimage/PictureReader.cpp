@@ -1,0 +1,152 @@
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QImageReader>
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+
+#include "FileFormats.h"
+#include "Orientation.h"
+#include "PictureFile.h"
+#include "rbaselib/RFile.h"
+#include "streams/RByteReader.h"
+#include "streams/RImageStreamQT.h"
+
+namespace {
+
+// What Qt tells about a file before its pixels are read.
+struct QtDescription {
+  QByteArray handler;  // empty when Qt does not know the contents
+  QImage::Format format = QImage::Format_Invalid;
+  QImageIOHandler::Transformations orientation = QImageIOHandler::TransformationNone;
+  QSize size;
+};
+
+bool IsUtf8(const std::string& text) {
+  return QString::fromUtf8(text).toUtf8() ==
+         QByteArray::fromRawData(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+void CheckFile(const std::string& path) {
+  struct stat status {};
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (file < 0 || fstat(file, &status) != 0) throw Failure(ExitCode::kRead, path, ErrorText(errno));
+  close(file);
+  if (S_ISDIR(status.st_mode)) throw Failure(ExitCode::kRead, path, "this is a folder");
+  if (!S_ISREG(status.st_mode)) throw Failure(ExitCode::kRead, path, "this is no regular file");
+  if (status.st_size == 0) throw Failure(ExitCode::kRead, path, "the file is empty");
+  if (!IsUtf8(path)) throw Failure(ExitCode::kRead, path, "the name is not UTF-8", "rename the file");
+}
+
+QtDescription Describe(const std::string& path) {
+  // Files of other readers would only make Qt load all its plugins in search of one that knows them.
+  if (StreamClass(kReaderGroup, path) != RImageStreamQT::ClassName) return {};
+  QImageReader reader(QString::fromStdString(path));
+  QtDescription description;
+  description.handler = reader.format();
+  if (description.handler.isEmpty()) return description;
+  description.format = reader.imageFormat();
+  description.orientation = reader.transformation();
+  description.size = reader.size();
+  return description;
+}
+
+bool IsPremultiplied(QImage::Format format) {
+  return format != QImage::Format_Invalid &&
+         QImage::toPixelFormat(format).premultiplied() == QPixelFormat::Premultiplied;
+}
+
+AlphaState StateOf(const QtDescription& qt, kImageFormat format) {
+  // The stream hands over premultiplied colours as RGBA only; other layouts with alpha come from the module's
+  // codecs.
+  if (format != kImageFormatRGBA) return AlphaState::kStraight;
+  // Qt's icon reader describes the pixels in the file, but paints them into a premultiplied picture.
+  const bool premultiplied = qt.handler == "ico" || IsPremultiplied(qt.format);
+  return premultiplied ? AlphaState::kPremultiplied : AlphaState::kStraight;
+}
+
+// A bitmap that ends early is filled up by Qt without a word. Compressed ones do not tell their size
+// beforehand.
+bool IsCutBitmap(const std::string& path) {
+  std::array<unsigned char, 34> start{};
+  RFile file;
+  if (!file.Open(path.c_str(), "rb") || file.Read(start.data(), start.size()) != start.size()) return false;
+  RByteReader reader(start);
+  std::uint16_t magic = 0;
+  std::uint16_t bits = 0;
+  std::uint32_t pixels = 0;
+  std::uint32_t headerSize = 0;
+  std::uint32_t compression = 0;
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  const bool read = reader.Little(magic) && reader.Seek(10) && reader.Little(pixels) &&
+                    reader.Little(headerSize) && reader.Little(width) && reader.Little(height) &&
+                    reader.Skip(2) && reader.Little(bits) && reader.Little(compression);
+  constexpr std::uint16_t kMagic = 0x4D42;
+  constexpr std::uint32_t kHeaderSize = 40;
+  const bool runLengths = compression == 1 || compression == 2;
+  if (!read || magic != kMagic || headerSize < kHeaderSize || runLengths || width < 1) return false;
+  const std::int64_t rowBytes = (std::int64_t{width} * bits + 31) / 32 * 4;
+  return pixels + rowBytes * std::abs(std::int64_t{height}) > file.GetSize();
+}
+
+std::string LastOf(const std::vector<std::string>& messages) {
+  // The TGA plugin complains whenever it is asked about a file that it does not know, whatever the file is.
+  const auto last = std::find_if(messages.rbegin(), messages.rend(),
+                                 [](const std::string& message) { return !message.starts_with("QTga"); });
+  return last == messages.rend() ? "" : Printable(*last);
+}
+
+// A decoder that runs out of data in the middle fills up the picture and only says so.
+void CheckComplete(const std::string& path, const std::vector<std::string>& messages) {
+  for (const std::string& message : messages) {
+    if (message.find("remature end") == std::string::npos) continue;
+    throw Failure(ExitCode::kRead, path, "the file is cut off", Printable(message));
+  }
+  if (ExtensionOf(path) == "bmp" && IsCutBitmap(path))
+    throw Failure(ExitCode::kRead, path, "the file is cut off");
+}
+
+[[noreturn]] void FailDamaged(const std::string& path, const QtDescription& qt) {
+  const std::string said = LastOf(Host::TakeMessages());
+  const std::string extension = ExtensionOf(path);
+  if (!said.empty() || !qt.handler.isEmpty()) {
+    throw Failure(ExitCode::kRead, path,
+                  fmt::format("the {} file is damaged or of a kind that is not read", extension), said);
+  }
+  throw Failure(ExitCode::kRead, path,
+                fmt::format("this is no {} file that can be read, or it is damaged", extension));
+}
+
+}  // namespace
+
+FilePicture ReadPictureFile(Host& host, const std::string& path, const ReadOptions& options) {
+  CheckFile(path);
+  CheckReader(path);
+  (void)Host::TakeMessages();
+  QImageReader::setAllocationLimit(static_cast<int>(options.maxMemory >> 20U));
+  const QtDescription qt = Describe(path);
+  // What a vector picture is drawn with exists in a GUI application only.
+  if (qt.handler.startsWith("svg")) host.StartGui();
+  constexpr int kBytesPerPixel = 4;
+  CheckMemory(ExitCode::kRead, path, qt.size.width(), qt.size.height(), kBytesPerPixel, options.maxMemory);
+
+  FilePicture file{{RDestroyPtr<RImage>(RImage::ImageFileRead(path.c_str()))}, qt.orientation};
+  RImage* image = file.picture.image.get();
+  if (!image) FailDamaged(path, qt);
+  if (!image->GetImageBits()) throw Failure(ExitCode::kRead, path, "the file holds no pixels");
+  CheckComplete(path, Host::TakeMessages());
+  CheckMemory(ExitCode::kRead, path, image->GetWidth(), std::int64_t{image->GetHeight()} * image->GetDepth(),
+              image->GetPixelSize(), options.maxMemory);
+  file.picture.alpha = StateOf(qt, image->GetFormat());
+  if (options.orient) ApplyOrientation(file.picture, qt.orientation);
+  return file;
+}
+
+Picture ReadPicture(Host& host, const std::string& path, const ReadOptions& options) {
+  return ReadPictureFile(host, path, options).picture;
+}

@@ -1,0 +1,64 @@
+#include <QFileDevice>
+#include <QImageWriter>
+
+#include "FileFormats.h"
+#include "OutputFile.h"
+#include "PictureFile.h"
+#include "rbaselib/RObjectRegistry.h"
+#include "rbaselib/RStream.h"
+
+namespace {
+
+// Brings the colours to what the target's format and writer take them for. Returns whether they are straight
+// and go to a writer that wants to be told so.
+bool PrepareColours(Picture& picture, TargetAlpha target) {
+  if (IsOpaque(picture)) return false;
+  if (target == TargetAlpha::kNone) DropAlpha(picture);
+  if (target == TargetAlpha::kBytes) MakeStraight(picture);
+  return target == TargetAlpha::kQt && picture.alpha == AlphaState::kStraight;
+}
+
+RDestroyPtr<RStream> CreateWriter(const std::string& path) {
+  IObject* face = Object_Create(kWriterGroup, ExtensionOf(path).c_str());
+  return RDestroyPtr<RStream>(face ? dynamic_cast<RStream*>(face->IQuery(0, 0)) : nullptr);
+}
+
+bool WriteByModule(RImage& image, const std::string& path, const WriteOptions& options) {
+  const auto writer = CreateWriter(path);
+  if (!writer) return RImage::WriteToDisk(&image, path.c_str(), "", options.quality, options.compression);
+  RStreamOptions streamOptions;
+  streamOptions.quality = options.quality;
+  streamOptions.compression = options.compression;
+  writer->SetFileName(path.c_str());
+  writer->SetObject(&image);
+  return writer->StreamCreate(&streamOptions);
+}
+
+bool WriteByQt(const Picture& picture, const std::string& path, const WriteOptions& options) {
+  QImageWriter writer(QString::fromStdString(path), QByteArray());
+  writer.setQuality(options.quality);
+  writer.setCompression(options.compression);
+  if (!writer.write(ToQImage(picture))) return false;
+  // Qt does not ask whether the last bytes reached the file.
+  const auto* file = qobject_cast<QFileDevice*>(writer.device());
+  return !file || file->error() == QFileDevice::NoError;
+}
+
+}  // namespace
+
+void WritePicture(Picture picture, const std::string& path, const WriteOptions& options) {
+  CheckWriter(path);
+  // The module's writer takes the colours of RGBA pixels as premultiplied; straight ones are written here.
+  const bool straight = PrepareColours(picture, AlphaOfTarget(path));
+  OutputFile output(path);
+  (void)Host::TakeMessages();
+  const bool written = straight ? WriteByQt(picture, output.TemporaryPath(), options)
+                                : WriteByModule(*picture.image, output.TemporaryPath(), options);
+  if (!written) {
+    const std::string reason = output.FindReason();
+    const auto messages = Host::TakeMessages();
+    throw Failure(ExitCode::kWrite, path, reason.empty() ? "the picture could not be written" : reason,
+                  reason.empty() && !messages.empty() ? Printable(messages.back()) : "");
+  }
+  output.Commit();
+}

@@ -1,0 +1,152 @@
+// rimage sheet: many pictures on one page.
+#include <fmt/format.h>
+
+#include <QFontMetrics>
+#include <QImage>
+#include <QPainter>
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "Commands.h"
+#include "FileFormats.h"
+
+namespace {
+
+struct Options {
+  std::vector<std::string> files;  // the last one is the sheet
+  int columns = 0;                 // 0: about as many as rows
+  int size = 160;
+  ReadOptions read;
+};
+
+constexpr int kMargin = 12;
+constexpr int kLineHeight = 16;
+constexpr int kLabelHeight = 2 * kLineHeight + 4;
+constexpr QRgb kBackground = qRgb(43, 43, 46);
+constexpr QRgb kNameColour = qRgb(235, 235, 235);
+constexpr QRgb kDetailColour = qRgb(160, 160, 165);
+
+// A tile of the sheet: the picture at its final size and its two lines of text.
+struct Tile {
+  QImage picture;
+  QString name;
+  QString detail;
+};
+
+// Shrinks smoothly what is too large and enlarges small pictures by whole numbers, so that their pixels show.
+QImage Fit(const QImage& image, int size) {
+  const int longest = std::max(image.width(), image.height());
+  if (longest > size) return image.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+  const int factor = size / longest;
+  return image.scaled(image.width() * factor, image.height() * factor);
+}
+
+Tile MakeTile(Host& host, const std::string& path, const Options& options) {
+  const Picture picture = ReadPicture(host, path, options.read);
+  RImage& image = *picture.image;
+  const std::string name = path.substr(path.rfind('/') + 1);
+  return {Fit(ToQImage(picture), options.size), QString::fromStdString(Printable(name)),
+          QString::fromStdString(
+              fmt::format("{} x {} {}", image.GetWidth(), image.GetHeight(), FormatName(image.GetFormat())))};
+}
+
+// What shows through transparent parts.
+QImage MakeCheckerboard() {
+  constexpr int kSquare = 8;
+  QImage board(2 * kSquare, 2 * kSquare, QImage::Format_RGB32);
+  board.fill(qRgb(204, 204, 204));
+  QPainter painter(&board);
+  const QColor dark(qRgb(153, 153, 153));
+  painter.fillRect(0, 0, kSquare, kSquare, dark);
+  painter.fillRect(kSquare, kSquare, kSquare, kSquare, dark);
+  return board;
+}
+
+void DrawLine(QPainter& painter, const QRect& place, QRgb colour, const QString& text) {
+  painter.setPen(QColor(colour));
+  const QString fitting = painter.fontMetrics().elidedText(text, Qt::ElideMiddle, place.width());
+  painter.drawText(place, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextSingleLine, fitting);
+}
+
+void DrawTile(QPainter& painter, const Tile& tile, const QPoint& corner, int size, const QImage& board) {
+  QRect place(QPoint(0, 0), tile.picture.size());
+  place.moveCenter(QRect(corner, QSize(size, size)).center());
+  painter.setBrushOrigin(place.topLeft());
+  painter.fillRect(place, QBrush(board));
+  painter.drawImage(place.topLeft(), tile.picture);
+  const QRect line(corner.x(), corner.y() + size + 4, size, kLineHeight);
+  DrawLine(painter, line, kNameColour, tile.name);
+  DrawLine(painter, line.translated(0, kLineHeight), kDetailColour, tile.detail);
+}
+
+int ColumnsFor(const Options& options, std::size_t count) {
+  if (options.columns > 0) return std::min(options.columns, static_cast<int>(count));
+  return static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
+}
+
+// The tiles, as far as the files can be read; the others are reported.
+std::vector<Tile> ReadTiles(Host& host, const Options& options) {
+  std::vector<Tile> tiles;
+  std::optional<Failure> last;
+  for (auto file = options.files.begin(); file != options.files.end() - 1; ++file) {
+    try {
+      tiles.push_back(MakeTile(host, *file, options));
+    } catch (const Failure& failure) {
+      if (last) Show(*last);
+      last = failure;
+    }
+  }
+  if (tiles.empty() && last) throw *last;
+  if (last) Show(*last);
+  return tiles;
+}
+
+QImage Draw(const std::vector<Tile>& tiles, const Options& options) {
+  const int columns = ColumnsFor(options, tiles.size());
+  const std::int64_t rows = (static_cast<std::int64_t>(tiles.size()) + columns - 1) / columns;
+  const std::int64_t width = kMargin + std::int64_t{columns} * (options.size + kMargin);
+  const std::int64_t height = kMargin + rows * (options.size + kLabelHeight + kMargin);
+  CheckMemory(ExitCode::kUsage, "sheet", width, height, 4, options.read.maxMemory);
+  QImage sheet(static_cast<int>(width), static_cast<int>(height), QImage::Format_RGB32);
+  if (sheet.isNull()) throw std::bad_alloc();
+  sheet.fill(kBackground);
+  QPainter painter(&sheet);
+  QFont font;
+  font.setPixelSize(kLineHeight - 4);
+  painter.setFont(font);
+  const QImage board = MakeCheckerboard();
+  for (std::size_t i = 0; i < tiles.size(); ++i) {
+    const auto column = static_cast<int>(i) % columns;
+    const auto row = static_cast<int>(i) / columns;
+    const QPoint corner(kMargin + column * (options.size + kMargin),
+                        kMargin + row * (options.size + kLabelHeight + kMargin));
+    DrawTile(painter, tiles[i], corner, options.size, board);
+  }
+  return sheet;
+}
+
+ExitCode Run(Host& host, const Options& options) {
+  CheckWriter(options.files.back());
+  host.StartGui();
+  const auto tiles = ReadTiles(host, options);
+  WritePicture(FromQImage(Draw(tiles, options)), options.files.back(), {});
+  return tiles.size() + 1 == options.files.size() ? ExitCode::kOk : ExitCode::kDifferent;
+}
+
+}  // namespace
+
+Command AddSheetCommand(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("sheet", "Put pictures on one page, with their names");
+  const auto options = std::make_shared<Options>();
+  command->add_option("FILES OUT", options->files, "Pictures, and the sheet to write")->type_name("");
+  command->add_option("--columns", options->columns, "Pictures side by side")->check(CLI::Range(1, 1000));
+  command->add_option("--size", options->size, "Longest side of a picture on the sheet (160)")
+      ->check(CLI::Range(16, 4096));
+  AddReadOptions(*command, options->read);
+  return {command, [command, options](Host& host) {
+            Require(*command, "FILES", !options->files.empty());
+            Require(*command, "OUT", options->files.size() > 1);
+            return Run(host, *options);
+          }};
+}

@@ -1,0 +1,91 @@
+// The command line: finds the sub-command, runs it, turns what happens into an exit code.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <new>
+#include <system_error>
+#include <vector>
+
+#include "Commands.h"
+#include "OutputFile.h"
+#include "Suggestion.h"
+
+namespace {
+
+// Turns an argument that nothing takes into a failure that names the closest one.
+void CheckRemaining(const CLI::App& app) {
+  const auto remaining = app.remaining();
+  if (remaining.empty()) return;
+  std::vector<std::string> known;
+  for (const CLI::Option* option : app.get_options()) known.push_back("--" + option->get_single_name());
+  for (const CLI::App* command : app.get_subcommands(nullptr)) known.push_back(command->get_name());
+  const std::string& word = remaining.front();
+  const bool chosen = app.get_parent() != nullptr;
+  const char* argument = chosen ? "argument" : "sub-command";
+  const std::string name = chosen ? app.get_name() : "command line";
+  const bool option = word.starts_with('-');
+  throw Failure(ExitCode::kUsage, name,
+                fmt::format("unknown {} '{}'", option ? "option" : argument, Printable(word)),
+                Suggest(word.substr(0, word.find('=')), known));
+}
+
+ExitCode Finish(ExitCode code) {
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return code;
+  throw Failure(ExitCode::kWrite, "standard output", ErrorText(errno));
+}
+
+ExitCode Run(int argc, char** argv) {
+  CLI::App app("Reads, converts, compares and shows picture files.", "rimage");
+  app.set_version_flag("--version", "rimage " RIMAGE_VERSION);
+  app.allow_extras();
+  const std::vector<Command> commands = {AddFormatsCommand(app), AddInfoCommand(app), AddConvertCommand(app),
+                                         AddCompareCommand(app), AddSheetCommand(app)};
+  for (const Command& command : commands) command.app->allow_extras();
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) {
+      app.exit(error);
+      return Finish(ExitCode::kOk);
+    }
+    throw Failure(ExitCode::kUsage, "command line", error.what());
+  }
+  const auto chosen =
+      std::ranges::find_if(commands, [](const Command& command) { return command.app->parsed(); });
+  if (chosen != commands.end()) CheckRemaining(*chosen->app);
+  CheckRemaining(app);
+  if (chosen == commands.end()) {
+    throw Failure(ExitCode::kUsage, "command line", "a sub-command is missing", "rimage --help lists them");
+  }
+  Host host(argv[0]);
+  return Finish(chosen->run(host));
+}
+
+ExitCode RunCaught(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const Failure& failure) {
+    Show(failure);
+    return failure.Code();
+  } catch (const std::bad_alloc&) {
+    ShowNote("memory", "not enough for this picture (no picture can take more than 2 GiB)");
+    return ExitCode::kRead;
+  } catch (const std::system_error& error) {
+    ShowNote("standard output", ErrorText(error.code().value()));
+    return ExitCode::kWrite;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  InstallInterruptHandlers();
+  try {
+    return static_cast<int>(RunCaught(argc, argv));
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "rimage: internal error: %s\n", error.what());
+    return static_cast<int>(ExitCode::kUsage);
+  }
+}
