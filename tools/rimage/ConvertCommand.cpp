@@ -73,7 +73,8 @@ Command AddConvertCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("convert", "Read a picture, apply operations, write it");
   const auto options = std::make_shared<Options>();
   command->add_option("IN", options->input, "Picture to read")->type_name("");
-  command->add_option("OUT", options->output, "Picture to write; its extension tells the format");
+  command->add_option("OUT", options->output, "Picture to write; its extension tells the format")
+      ->type_name("");
   for (const Operation& operation : Operations()) AddOperation(*command, *options, operation);
   command->add_option("--quality", options->write.quality, "Quality of JPEG, 0 to 100")
       ->check(CLI::Range(0, 100));
