@@ -293,6 +293,8 @@ class RIMAGE_API RImage : public RObject {
  private:
   /// Replaces the texture's lower left corner by the pixels at `source`, in the image's format and size.
   void UploadPixels(unsigned char* source);
+  /// Makes the record the owner of a texture.
+  void TakeTexture(unsigned int name);
   /// Reads the texture's level 0 into the raw buffer.
   void DownloadPixels();
   /// Copies what fits of a level's tightly packed pixels, `pixelSize` bytes each, into the raw buffer.

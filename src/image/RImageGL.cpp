@@ -2,13 +2,13 @@
 #include <GL/gl.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstring>
 #include <utility>
 
 #include "image/RImage.h"
 #include "image/RImageFormat.h"
+#include "image/RScopedUnpack.h"
 
 #ifndef GL_ABGR_EXT
 #define GL_ABGR_EXT 0x8000
@@ -32,33 +32,6 @@ LevelSize GetLevelSize() {
   return size;
 }
 
-// Unpacks tightly packed rows for the time of an upload, whatever the host has set.
-class ScopedTightUnpack {
- public:
-  ScopedTightUnpack() {
-    for (std::size_t i = 0; i < kParameters.size(); ++i) {
-      glGetIntegerv(kParameters[i].name, &mSaved[i]);
-      glPixelStorei(kParameters[i].name, kParameters[i].value);
-    }
-  }
-  ~ScopedTightUnpack() {
-    for (std::size_t i = 0; i < kParameters.size(); ++i) glPixelStorei(kParameters[i].name, mSaved[i]);
-  }
-  ScopedTightUnpack(const ScopedTightUnpack&) = delete;
-  ScopedTightUnpack& operator=(const ScopedTightUnpack&) = delete;
-
- private:
-  struct Parameter {
-    GLenum name;
-    GLint value;
-  };
-  static constexpr std::array<Parameter, 4> kParameters{{{GL_UNPACK_ROW_LENGTH, 0},
-                                                         {GL_UNPACK_SKIP_ROWS, 0},
-                                                         {GL_UNPACK_SKIP_PIXELS, 0},
-                                                         {GL_UNPACK_ALIGNMENT, 1}}};
-  std::array<GLint, 4> mSaved{};
-};
-
 class ScopedPackAlignment {
  public:
   ScopedPackAlignment() {
@@ -73,9 +46,15 @@ class ScopedPackAlignment {
   GLint mSaved = 4;
 };
 
-// The bytes that OpenGL moves for a pixel: RGB555 goes as three bytes, every other format as its own size.
+// The bytes that OpenGL moves for a pixel, and the components of the texture: RGB555 goes as three bytes,
+// every other format as its own size. The record's own pixel size may still be that of a raw image before.
 int TransferPixelSize(kImageFormat format) {
   return format == kImageFormatRGB555 ? 3 : RBytesPerPixel(format);
+}
+
+void ReadLevel(kImageFormat format, unsigned char* destination) {
+  const auto glFormat = static_cast<GLenum>(RImage::ImageFormatToGLFormat(format));
+  glGetTexImage(GL_TEXTURE_2D, 0, glFormat, GL_UNSIGNED_BYTE, destination);
 }
 
 void PackRGB555(unsigned char* destination, const unsigned char* rgb, std::size_t pixels) {
@@ -131,15 +110,16 @@ kImageFormat RImage::GLFormatToImageFormat(int glFormat) {
 bool RImage::ValidateGLAllocation(unsigned int* newTexture) {
   const int glFormat = ImageFormatToGLFormat(mFormat);
   if (glFormat == -1) return false;
+  const bool isFresh = newTexture || mTextureId == 0 || !glIsTexture(mTextureId);
   GLuint name = mTextureId;
-  if (newTexture) {
-    glGenTextures(1, newTexture);
-    name = *newTexture;
-  } else if (mTextureId == 0 || !glIsTexture(mTextureId)) {
-    glGenTextures(1, &mTextureId);
-    name = mTextureId;
-    mOwnsTexture = true;
-    mTexture = std::make_shared<const unsigned int>(mTextureId);
+  if (isFresh) {
+    name = 0;
+    glGenTextures(1, &name);
+    if (name == 0) return false;  // no context is current: a name that is already held stays
+    if (newTexture)
+      *newTexture = name;
+    else
+      TakeTexture(name);
   }
   glBindTexture(GL_TEXTURE_2D, name);
   const auto width = static_cast<GLsizei>(PowerOfTwo(mWidth));
@@ -147,11 +127,17 @@ bool RImage::ValidateGLAllocation(unsigned int* newTexture) {
   const LevelSize level = GetLevelSize();
   if (level.width >= width && level.height >= height) return true;
   // A texture of somebody else's that already shows the whole picture keeps its definition.
-  if (!newTexture && !mOwnsTexture && level.width >= mWidth && level.height >= mHeight && level.width > 0)
-    return true;
+  const bool isForeign = !isFresh && !mOwnsTexture;
+  if (isForeign && level.width > 0 && level.width >= mWidth && level.height >= mHeight) return true;
   glTexImage2D(GL_TEXTURE_2D, 0, TransferPixelSize(mFormat), width, height, 0, static_cast<GLenum>(glFormat),
                GL_UNSIGNED_BYTE, nullptr);
   return true;
+}
+
+void RImage::TakeTexture(unsigned int name) {
+  mTextureId = name;
+  mOwnsTexture = true;
+  mTexture = std::make_shared<const unsigned int>(name);
 }
 
 void RImage::UploadPixels(unsigned char* source) {
@@ -164,7 +150,7 @@ void RImage::UploadPixels(unsigned char* source) {
       return;
     source = expanded.get();
   }
-  const ScopedTightUnpack unpack;
+  const RScopedUnpack unpack(1);
   glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, mWidth, mHeight,
                   static_cast<GLenum>(ImageFormatToGLFormat(mFormat)), GL_UNSIGNED_BYTE, source);
 }
@@ -189,43 +175,41 @@ bool RImage::RequestRawIncarnation(bool transfer) {
   // Deliberate: the size becomes the texture's, so that the whole texture can be read back.
   mWidth = static_cast<int>(PowerOfTwo(mWidth));
   mHeight = static_cast<int>(PowerOfTwo(mHeight));
-  // The validation below may free the buffer through Clear, which must not take the texture along.
-  const GLuint texture = mTextureId;
+  // The validation may free the buffer through Clear, which must not take the texture along.
   const bool ownsTexture = std::exchange(mOwnsTexture, false);
-  auto token = std::move(mTexture);
+  auto texture = std::move(mTexture);
   const bool valid = ValidateRawAllocation(0);
-  mTexture = std::move(token);
+  mTexture = std::move(texture);
   mOwnsTexture = ownsTexture;
   if (!valid) return false;
   mIncarnation = kIncarnationRaw;
   mIncarnationUpdateId[kIncarnationRaw] = mUpdateId;
-  if (transfer && texture != 0 && glIsTexture(texture) && mBits) DownloadPixels();
+  const bool readable = HoldsPixels(1) && ImageFormatToGLFormat(mFormat) != -1;
+  if (transfer && mTextureId != 0 && glIsTexture(mTextureId) && readable) DownloadPixels();
   return true;
 }
 
 void RImage::DownloadPixels() {
   glBindTexture(GL_TEXTURE_2D, mTextureId);
-  const LevelSize level = GetLevelSize();
-  const int transferSize = TransferPixelSize(mFormat);
-  const std::int64_t levelBytes = RImageBytes(level.width, level.height, 1, transferSize);
-  if (level.width < 1 || level.height < 1 || levelBytes < 0) return;
-  // glGetTexImage always writes the whole level, so a level of another size or pixel size goes through a
-  // buffer.
-  const bool direct = level.width == mWidth && level.height == mHeight && transferSize == mPixelSize;
-  RPixelBuffer buffer = direct ? RPixelBuffer() : RAllocatePixels(static_cast<std::uint64_t>(levelBytes));
-  if (!direct && !buffer) return;
-  unsigned char* destination = direct ? mBits : buffer.get();
-
-  glPixelStorei(GL_PACK_ROW_LENGTH, direct ? mWidth : level.width);
+  // These three stay as they are set here: the host's own read-backs rely on it.
+  glPixelStorei(GL_PACK_ROW_LENGTH, mWidth);
   glPixelStorei(GL_PACK_SKIP_ROWS, 0);
   glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
-  {
-    const ScopedPackAlignment alignment;
-    glGetTexImage(GL_TEXTURE_2D, 0, static_cast<GLenum>(ImageFormatToGLFormat(mFormat)), GL_UNSIGNED_BYTE,
-                  destination);
+  const ScopedPackAlignment alignment;
+  // The driver always writes the whole level, so one of another size or pixel size goes through a buffer.
+  const LevelSize level = GetLevelSize();
+  const int pixelSize = TransferPixelSize(mFormat);
+  if (level.width == mWidth && level.height == mHeight && pixelSize == mPixelSize) {
+    ReadLevel(mFormat, mBits);
+    return;
   }
+  const std::int64_t bytes = RImageBytes(level.width, level.height, 1, pixelSize);
+  const RPixelBuffer buffer = bytes > 0 ? RAllocatePixels(static_cast<std::uint64_t>(bytes)) : RPixelBuffer();
+  if (!buffer) return;
+  glPixelStorei(GL_PACK_ROW_LENGTH, level.width);
+  ReadLevel(mFormat, buffer.get());
   glPixelStorei(GL_PACK_ROW_LENGTH, mWidth);
-  if (!direct) CopyLevel(buffer.get(), level.width, level.height, transferSize);
+  CopyLevel(buffer.get(), level.width, level.height, pixelSize);
 }
 
 void RImage::CopyLevel(const unsigned char* pixels, int width, int height, int pixelSize) {
@@ -244,9 +228,9 @@ void RImage::CopyLevel(const unsigned char* pixels, int width, int height, int p
 
 void RImage::SetTextureID(unsigned int textureId, bool own) {
   Clear();
+  if (own) TakeTexture(textureId);
   mTextureId = textureId;
   mOwnsTexture = own;
-  if (own) mTexture = std::make_shared<const unsigned int>(textureId);
   mIncarnation = kIncarnationGL;
   mIncarnationUpdateId[kIncarnationGL] = mUpdateId;
 }
