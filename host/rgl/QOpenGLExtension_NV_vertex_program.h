@@ -1,0 +1,13 @@
+// Entry points of GL_NV_vertex_program.
+#pragma once
+
+#include <QtGui/qopengl.h>
+
+/// Holds the entry points that load, bind and delete programs of the extension, which fragment programs
+/// share. The class that derives from it fills them in; until then they are null.
+struct QOpenGLExtension_NV_vertex_program {
+  PFNGLLOADPROGRAMNVPROC glLoadProgramNV = nullptr;
+  PFNGLGENPROGRAMSNVPROC glGenProgramsNV = nullptr;
+  PFNGLDELETEPROGRAMSNVPROC glDeleteProgramsNV = nullptr;
+  PFNGLBINDPROGRAMNVPROC glBindProgramNV = nullptr;
+};

@@ -1,0 +1,8 @@
+// The export macro of the OpenGL library.
+#pragma once
+
+#if defined(RGL_BUILD)
+#define RGL_API __attribute__((visibility("default")))
+#else
+#define RGL_API
+#endif

@@ -1,0 +1,15 @@
+// OpenGL's function tables of the current context.
+#pragma once
+
+#include <QOpenGLFunctions_1_5>
+#include <QOpenGLFunctions_2_0>
+#include <QOpenGLFunctions_3_0>
+
+#include "rgl/RGLExport.h"
+
+/// Each returns the functions of that OpenGL version for the context that is current on the calling thread,
+/// ready to call; the context owns them. Null when no context is current, or when it does not have them all:
+/// a core context has none of the fixed functions and so answers null to every one.
+RGL_API QOpenGLFunctions_1_5* opengl15();
+RGL_API QOpenGLFunctions_2_0* opengl20();
+RGL_API QOpenGLFunctions_3_0* opengl30();
