@@ -7,6 +7,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 #include <OpenImageIO/imageio.h>
+#include <stb/stb_image.h>
 
 #include <cstring>
 #include <memory>
@@ -14,7 +15,9 @@ extern "C" {
 #include <vector>
 
 #include "image/RDestroyPtr.h"
+#include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
+#include "support/PicBuilder.h"
 #include "support/RunLengthEncoders.h"
 #include "support/SgiBuilder.h"
 
@@ -73,6 +76,20 @@ Bytes SgiRle() {
   return test::SgiBuilder::Rle(kSide, kSide, 4, rows).Build();
 }
 
+// Scanlines of the picture's colours, then of its mask.
+Bytes PicMixed() {
+  const Bytes samples = MakePicture(4);
+  const std::size_t plane = std::size_t{kSide} * kSide;
+  test::ByteWriter body;
+  for (std::size_t i = 0; i < plane; i += kSide) {
+    Bytes row;
+    for (std::size_t x = i; x < i + kSide; ++x)
+      row.insert(row.end(), {samples[x], samples[plane + x], samples[2 * plane + x]});
+    body.Raw(test::EncodePicMixed(row, 3)).Raw(test::EncodePicMixed({&samples[3 * plane + i], kSide}, 1));
+  }
+  return test::PicBuilder::Make(kSide, kSide, {{2, 0xE0}, {2, 0x10}}, body.Take()).Build();
+}
+
 template <class Stream>
 void Ours(benchmark::State& state, Bytes (*make)(), const char* suffix) {
   const MemoryFile file(suffix, make());
@@ -118,6 +135,21 @@ void OpenImage(benchmark::State& state, Bytes (*make)(), const char* suffix) {
   state.SetBytesProcessed(state.iterations() * kSide * kSide * 4);
 }
 
+void StbImage(benchmark::State& state, Bytes (*make)()) {
+  const Bytes bytes = make();
+  for (auto _ : state) {
+    int width = 0;
+    int height = 0;
+    int channels = 0;
+    unsigned char* pixels =
+        stbi_load_from_memory(bytes.data(), int(bytes.size()), &width, &height, &channels, 4);
+    if (!pixels) state.SkipWithError("cannot read");
+    benchmark::DoNotOptimize(pixels);
+    stbi_image_free(pixels);
+  }
+  state.SetBytesProcessed(state.iterations() * kSide * kSide * 4);
+}
+
 void Copy(benchmark::State& state) {
   std::vector<unsigned char> from(std::size_t{kSide} * kSide * 4, 1), to(from.size(), 2);
   for (auto _ : state) {
@@ -139,6 +171,10 @@ const bool kRegistered = [] {
   add("SgiVerbatim/libavcodec", Libavcodec, SgiVerbatim, AV_CODEC_ID_SGI);
   add("SgiVerbatim/OpenImageIO", OpenImage, SgiVerbatim, ".sgi");
   add("SgiVerbatim/memcpy", Copy);
+  add("PicMixed/ours", Ours<RImageStreampict>, PicMixed, ".pic");
+  add("PicMixed/stb_image", StbImage, PicMixed);
+  add("PicMixed/OpenImageIO", OpenImage, PicMixed, ".pic");
+  add("PicMixed/memcpy", Copy);
   return true;
 }();
 

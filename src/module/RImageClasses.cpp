@@ -2,9 +2,11 @@
 #include "image/RImage.h"
 #include "streams/RImageStream.h"
 #include "streams/RImageStreamQT.h"
+#include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
 
 R_DEFINE_CLASS(RImage, RObject)
 R_DEFINE_CLASS(RImageStream, RStream)
 R_DEFINE_CLASS(RImageStreamQT, RImageStream)
+R_DEFINE_CLASS(RImageStreampict, RImageStream)
 R_DEFINE_CLASS(RImageStreamsgi, RImageStream)

@@ -8,16 +8,20 @@
 
 #include "streams/RByteReader.h"
 
+/// What a row writer does to the samples of the row that it was not given (yet).
+enum class kRowTail {
+  kKept,       ///< they stay as they are
+  kUndefined,  ///< they may change; short runs are written in blocks, which is several times as fast
+};
+
 /// Writes samples into a row that it borrows, one after the other. It counts every sample that it is given,
 /// as a run-length decoder does, and drops those that do not fit the row: a run past the end writes nothing
 /// there.
-///
-/// Short runs are written in blocks of a fixed size, which is several times as fast as writing them exactly:
-/// until the row is full, what follows the samples given so far is undefined. A row that stays short is made
-/// whole by `Finish`.
-class RRowWriter {
+template <kRowTail kTail>
+class RBasicRowWriter {
  public:
-  explicit RRowWriter(std::span<unsigned char> row) : mRow(row) {}
+  RBasicRowWriter() = default;
+  explicit RBasicRowWriter(std::span<unsigned char> row) : mRow(row) {}
 
   /// Samples given so far, the dropped ones included.
   std::size_t Count() const { return mCount; }
@@ -28,7 +32,7 @@ class RRowWriter {
   void Fill(unsigned char sample, std::size_t count) {
     const auto rest = Rest();
     mCount += count;
-    if (count <= kBlock && rest.size() >= kBlock) {
+    if (FitsBlock(count, rest)) {
       std::memset(rest.data(), sample, kPart);
       if (count > kPart) std::memset(rest.data() + kPart, sample, kBlock - kPart);
     } else if (!rest.empty()) {
@@ -41,14 +45,24 @@ class RRowWriter {
   template <std::size_t kStride = 1>
   [[nodiscard]] bool Copy(RByteReader& in, std::size_t count) {
     const auto ahead = RByteReader(in).ViewUpTo(kBlock * kStride);
-    const auto samples = in.ViewUpTo(count * kStride);
-    if (count <= kBlock && ahead.size() == kBlock * kStride && Rest().size() >= kBlock) {
+    const auto bytes = in.ViewUpTo(count * kStride);
+    if (ahead.size() == kBlock * kStride && FitsBlock(count, Rest())) {
       CopyBlock<kStride>(ahead.data(), Rest().data(), count);
       mCount += count;
       return true;
     }
-    CopyExactly<kStride>(samples);
-    return samples.size() == count * kStride;
+    CopyEach<kStride>(bytes, 0);
+    return bytes.size() == count * kStride;
+  }
+
+  /// Takes byte `first` of each `kStride` bytes; the last stride may be cut short.
+  template <std::size_t kStride>
+  void CopyEach(std::span<const unsigned char> bytes, std::size_t first) {
+    const auto rest = Rest();
+    const std::size_t count = (bytes.size() + kStride - 1 - first) / kStride;
+    const std::size_t fitting = std::min(count, rest.size());
+    for (std::size_t i = 0; i < fitting; ++i) rest[i] = bytes[i * kStride + first];
+    mCount += count;
   }
 
   /// Completes a row that is not full from the same places of `before`, which is as long as the row.
@@ -64,6 +78,10 @@ class RRowWriter {
 
   std::span<unsigned char> Rest() const { return mRow.subspan(std::min(mCount, mRow.size())); }
 
+  static bool FitsBlock(std::size_t count, std::span<unsigned char> rest) {
+    return kTail == kRowTail::kUndefined && count <= kBlock && rest.size() >= kBlock;
+  }
+
   template <std::size_t kStride>
   static void CopyBlock(const unsigned char* from, unsigned char* to, std::size_t count) {
     if constexpr (kStride == 1) {
@@ -74,15 +92,11 @@ class RRowWriter {
     }
   }
 
-  template <std::size_t kStride>
-  void CopyExactly(std::span<const unsigned char> bytes) {
-    const auto rest = Rest();
-    const std::size_t count = bytes.size() / kStride;
-    const std::size_t fitting = std::min(count, rest.size());
-    for (std::size_t i = 0; i < fitting; ++i) rest[i] = bytes[i * kStride];
-    mCount += count;
-  }
-
   std::span<unsigned char> mRow;
   std::size_t mCount = 0;
 };
+
+/// The writer of rows that are completed afterwards with `Finish`.
+using RRowWriter = RBasicRowWriter<kRowTail::kUndefined>;
+/// The writer of rows whose other samples count.
+using RKeepingRowWriter = RBasicRowWriter<kRowTail::kKept>;

@@ -79,10 +79,10 @@ TEST(SgiVerbatim, ATruncatedFileLoadsAndRepeatsTheRowBefore) {
       test::Join({GreyPixels({1, 2}), White(1), GreyPixels({1, 2}), White(1), GreyPixels({1, 2}), White(1)}));
 }
 
-TEST(SgiVerbatim, HalfASampleOfSixteenBitsIsNoSample) {
-  auto file = SgiBuilder::Verbatim(2, 1, 1, {9, 0, 8});
+TEST(SgiVerbatim, HalfASampleOfSixteenBitsGivesItsHighByte) {
+  auto file = SgiBuilder::Verbatim(3, 1, 1, {9, 0, 8});
   file.bpc = 2;
-  EXPECT_EQ(PixelsOfFile(file), test::Join({GreyPixels({9}), White(1)}));
+  EXPECT_EQ(PixelsOfFile(file), test::Join({GreyPixels({9, 8}), White(1)}));
 }
 
 TEST(SgiVerbatim, ImagesWithoutPixelsLoad) {
@@ -403,7 +403,7 @@ TEST(SgiImageHeader, KnowsTheDataBase) {
 }
 
 TEST(SgiDecodeRow, OfNoPixelsIsComplete) {
-  RRowWriter out({});
+  RRowWriter out;
   EXPECT_TRUE(SgiDecodeRow<1>(RByteReader({}), out));
 }
 

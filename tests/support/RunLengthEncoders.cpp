@@ -1,7 +1,8 @@
 #include "support/RunLengthEncoders.h"
 
 #include <algorithm>
-#include <random>
+
+#include "support/Random.h"
 
 namespace test {
 
@@ -94,11 +95,11 @@ Bytes EncodeByteRun1(Span bytes) {
 }
 
 Bytes RunnySamples(std::size_t size, unsigned seed) {
-  std::minstd_rand random(seed + 1);
+  Random random(seed);
   Bytes samples;
   while (samples.size() < size) {
-    const std::size_t longest = random() % 4 == 0 ? 300 : 5;
-    samples.insert(samples.end(), 1 + random() % longest, static_cast<unsigned char>(random()));
+    const unsigned longest = random.Below(4) == 0 ? 300 : 5;
+    samples.insert(samples.end(), 1 + random.Below(longest), random.Byte());
   }
   samples.resize(size);
   return samples;
