@@ -5,11 +5,15 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstring>
 #include <string_view>
 
 #include "image/RDestroyPtr.h"
+#include "image/RPixelKernels.h"
 #include "streams/QImageLayout.h"
+#include "streams/RInitRaw.h"
 #include "streams/TgaCodec.h"
 
 namespace {
@@ -51,38 +55,75 @@ kFileKind UsableKindOf(const QByteArray& suffix, const QList<QByteArray>& qtForm
   return listed ? KindOf(suffix) : kFileNone;
 }
 
-// Text in a vector file aborts the process when there is no GUI application. What a file holds is decided by
-// its contents, not its suffix.
-bool WouldAbort(const QString& path) {
-  if (qobject_cast<QGuiApplication*>(QCoreApplication::instance())) return false;
-  return QImageReader(path).format().startsWith("svg");
-}
-
 QImage Load(const QString& path, kFileKind kind) {
-  if (WouldAbort(path)) return {};
-  QImage loaded = QImageReader(path).read();
+  QImageReader reader(path);
+  // Text in a vector file aborts the process when there is no GUI application. The contents decide what a
+  // file is, not its suffix.
+  const bool canDrawText = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
+  if (!canDrawText && reader.format().startsWith("svg")) return {};
+  QImage loaded = reader.read();
   // Deliberate: icons come with the suffix bmp, too.
   if (loaded.isNull() && kind == kFileBmp) loaded = QImageReader(path, "ico").read();
   return loaded;
 }
 
-void CopyRowsBottomUp(const QImage& source, unsigned char* destination, std::size_t rowBytes) {
-  for (int y = source.height() - 1; y >= 0; --y, destination += rowBytes) {
-    std::memcpy(destination, source.constScanLine(y), rowBytes);
+using CopyRow = void (*)(unsigned char* destination, const unsigned char* source, int width);
+
+// A 32-bit word of QImage has its bytes in the order BGRA.
+static_assert(std::endian::native == std::endian::little);
+
+void CopySwapped(unsigned char* destination, const unsigned char* source, int width) {
+  RGetPixelKernels().swap02(destination, source, static_cast<std::size_t>(width));
+}
+
+void CopySwappedOpaque(unsigned char* destination, const unsigned char* source, int width) {
+  CopySwapped(destination, source, width);
+  for (std::size_t i = 0; i < static_cast<std::size_t>(width); ++i) destination[4 * i + 3] = 255;
+}
+
+void CopyGrey(unsigned char* destination, const unsigned char* source, int width) {
+  for (std::size_t i = 0; i < static_cast<std::size_t>(width); ++i) {
+    destination[3 * i + 0] = source[i];
+    destination[3 * i + 1] = source[i];
+    destination[3 * i + 2] = source[i];
   }
 }
 
-[[nodiscard]] bool Fill(RImage& image, QImage loaded) {
-  const QImageLayout& layout = LayoutOf(loaded.format());
-  const QImage pixels = std::move(loaded).convertToFormat(layout.converted);
-  if (pixels.isNull()) return false;
-  if (!image.Init(layout.format, pixels.width(), pixels.height(), 0, 0, false, kImageTypeFrame,
-                  kInterleaveNone, kInterpolationNone, RImage::kIncarnationRaw)) {
-    return false;
+// The formats that Qt's decoders mostly give are converted while their rows are turned over: no pass of its
+// own.
+struct DirectCopy {
+  QImage::Format source;
+  CopyRow copy;
+};
+constexpr std::array kDirectCopies{
+    DirectCopy{QImage::Format_RGB32, CopySwappedOpaque},
+    DirectCopy{QImage::Format_ARGB32, CopySwapped},
+    DirectCopy{QImage::Format_ARGB32_Premultiplied, CopySwapped},
+    DirectCopy{QImage::Format_Grayscale8, CopyGrey},
+};
+
+CopyRow DirectCopyOf(QImage::Format format) {
+  const auto* const row = std::ranges::find(kDirectCopies, format, &DirectCopy::source);
+  return row == kDirectCopies.end() ? nullptr : row->copy;
+}
+
+void CopyRowsBottomUp(const QImage& source, RImage& image, CopyRow copy) {
+  const auto rowBytes =
+      static_cast<std::size_t>(image.GetWidth()) * static_cast<std::size_t>(image.GetPixelSize());
+  unsigned char* row = image.GetImageBits();
+  for (int y = source.height() - 1; y >= 0; --y, row += rowBytes) {
+    const unsigned char* line = source.constScanLine(y);
+    copy ? copy(row, line, source.width()) : static_cast<void>(std::memcpy(row, line, rowBytes));
   }
-  CopyRowsBottomUp(
-      pixels, image.GetImageBits(),
-      static_cast<std::size_t>(image.GetWidth()) * static_cast<std::size_t>(image.GetPixelSize()));
+}
+
+[[nodiscard]] bool Fill(RImage& image, QImage pixels) {
+  const QImageLayout& layout = LayoutOf(pixels.format());
+  const CopyRow copy = DirectCopyOf(pixels.format());
+  if (!copy) pixels.convertTo(layout.converted);
+  if (pixels.isNull()) return false;
+  if (!RInitRaw(image, layout.format, pixels.width(), pixels.height())) return false;
+  CopyRowsBottomUp(pixels, image, copy);
   return true;
 }
 

@@ -8,7 +8,9 @@
 #include <span>
 
 #include "image/RImageFormat.h"
+#include "image/RPixelKernels.h"
 #include "rbaselib/RFile.h"
+#include "streams/RInitRaw.h"
 #include "streams/TgaFormat.h"
 
 namespace {
@@ -36,16 +38,11 @@ FilePtr OpenUnbuffered(const char* path) {
   return header.Read(reader);
 }
 
-// Leaves the file at its first pixel.
-[[nodiscard]] bool HoldsPixels(std::FILE* file, std::int64_t pixelBytes) {
+// Fails when fewer than `pixelBytes` bytes follow the header.
+[[nodiscard]] bool SeekToPixels(std::FILE* file, std::int64_t pixelBytes) {
   constexpr auto kPixels = static_cast<long>(TgaHeader::kSize);
   return std::fseek(file, 0, SEEK_END) == 0 && std::ftell(file) - kPixels >= pixelBytes &&
          std::fseek(file, kPixels, SEEK_SET) == 0;
-}
-
-[[nodiscard]] bool InitImage(RImage& image, kImageFormat format, const TgaHeader& header) {
-  return image.Init(format, header.width, header.height, 0, 0, false, kImageTypeFrame, kInterleaveNone,
-                    kInterpolationNone, RImage::kIncarnationRaw);
 }
 
 // Deliberate: the alpha of a 16-bit pixel is 0 or 128, its attribute bit where it stands; it is not spread to
@@ -64,7 +61,7 @@ void ExpandA1R5G5B5(std::span<const unsigned char> source, unsigned char* bgra) 
 [[nodiscard]] bool Read16(std::FILE* file, const TgaHeader& header, std::size_t bytes, RImage& image) {
   const RPixelBuffer words = RAllocatePixels(bytes);
   if (!words || !ReadBytes(file, words.get(), bytes)) return false;
-  if (!InitImage(image, kImageFormatBGRA, header)) return false;
+  if (!RInitRaw(image, kImageFormatBGRA, header.width, header.height)) return false;
   ExpandA1R5G5B5({words.get(), bytes}, image.GetImageBits());
   return true;
 }
@@ -72,52 +69,33 @@ void ExpandA1R5G5B5(std::span<const unsigned char> source, unsigned char* bgra) 
 [[nodiscard]] bool ReadPixels(std::FILE* file, const TgaHeader& header, RImage& image) {
   const int pixelSize = header.depth / 8;
   const std::int64_t bytes = RImageBytes(header.width, header.height, 1, pixelSize);
-  if (bytes < 0 || !HoldsPixels(file, bytes)) return false;
+  if (bytes < 0 || !SeekToPixels(file, bytes)) return false;
   const auto size = static_cast<std::size_t>(bytes);
   if (pixelSize == 2) return Read16(file, header, size, image);
   const kImageFormat format = pixelSize == 4 ? kImageFormatBGRA : kImageFormatBGR;
-  return InitImage(image, format, header) && ReadBytes(file, image.GetImageBits(), size);
+  return RInitRaw(image, format, header.width, header.height) && ReadBytes(file, image.GetImageBits(), size);
 }
 
 // --- Writing.
-
-// Converts `count` pixels to the file's byte order.
-using ToFileOrder = void (*)(unsigned char* destination, const unsigned char* source, int count);
-
-template <kImageFormat kTo, kImageFormat kFrom>
-void Convert(unsigned char* destination, const unsigned char* source, int count) {
-  // The converter only reads from its source; its signature is the host's.
-  (void)RImageConvertFormat(destination, kTo, count, 1, const_cast<unsigned char*>(source), kFrom);
-}
-
-// Byte i of a pixel comes from byte k<i> of the source; the pairs that `RImageConvertFormat` does not know.
-template <int k0, int k1, int k2, int k3>
-void Permute(unsigned char* destination, const unsigned char* source, int count) {
-  for (std::size_t i = 0; i < 4 * static_cast<std::size_t>(count); i += 4) {
-    destination[i + 0] = source[i + k0];
-    destination[i + 1] = source[i + k1];
-    destination[i + 2] = source[i + k2];
-    destination[i + 3] = source[i + k3];
-  }
-}
 
 struct FileLayout {
   kImageFormat format;
   std::uint8_t depth;       // bits a pixel; 0: not written
   std::uint8_t descriptor;  // 8: eight alpha bits; rows from the bottom left in any case
-  ToFileOrder convert;      // null: the pixels are in the file's order already
+  // Brings pixels to the file's order, BGR or BGRA; null: they are in that order already.
+  RPixelKernels::Convert RPixelKernels::*kernel;
 };
 
 constexpr std::array kFileLayouts{
     FileLayout{kImageFormatUndefined, 0, 0, nullptr},
     FileLayout{kImageFormatEmpty, 0, 0, nullptr},
-    FileLayout{kImageFormatRGBA, 32, 8, Convert<kImageFormatBGRA, kImageFormatRGBA>},
-    FileLayout{kImageFormatRGB, 24, 0, Convert<kImageFormatBGR, kImageFormatRGB>},
+    FileLayout{kImageFormatRGBA, 32, 8, &RPixelKernels::swap02},
+    FileLayout{kImageFormatRGB, 24, 0, &RPixelKernels::reverse3},
     FileLayout{kImageFormatBGRA, 32, 8, nullptr},
     FileLayout{kImageFormatBGR, 24, 0, nullptr},
     FileLayout{kImageFormatRGB555, 0, 0, nullptr},
-    FileLayout{kImageFormatABGR, 32, 8, Permute<1, 2, 3, 0>},
-    FileLayout{kImageFormatARGB, 32, 8, Permute<3, 2, 1, 0>},
+    FileLayout{kImageFormatABGR, 32, 8, &RPixelKernels::rotate},
+    FileLayout{kImageFormatARGB, 32, 8, &RPixelKernels::reverse},
 };
 static_assert([] {
   for (std::size_t i = 0; i < kFileLayouts.size(); ++i) {
@@ -132,12 +110,13 @@ static_assert([] {
 constexpr std::size_t kBlockPixels = 16384;
 
 [[nodiscard]] bool WritePixels(RFile& file, const FileLayout& layout, std::span<const unsigned char> pixels) {
-  if (!layout.convert) return file.Write(pixels.data(), pixels.size()) == pixels.size();
+  if (!layout.kernel) return file.Write(pixels.data(), pixels.size()) == pixels.size();
+  const RPixelKernels::Convert convert = RGetPixelKernels().*layout.kernel;
   const std::size_t pixelSize = layout.depth / 8U;
   std::array<unsigned char, 4 * kBlockPixels> block;
   while (!pixels.empty()) {
     const auto part = pixels.first(std::min(pixels.size(), pixelSize * kBlockPixels));
-    layout.convert(block.data(), part.data(), static_cast<int>(part.size() / pixelSize));
+    convert(block.data(), part.data(), part.size() / pixelSize);
     if (file.Write(block.data(), part.size()) != part.size()) return false;
     pixels = pixels.subspan(part.size());
   }
