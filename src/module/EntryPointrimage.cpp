@@ -1,8 +1,9 @@
-// Registration of the module's readers and writers with the host.
+// Registration of the module's effects, readers and writers with the host.
 #include "module/EntryPointrimage.h"
 
 #include <array>
 
+#include "operators/RImOpBlend.h"
 #include "rbaselib/RObjectRegistry.h"
 #include "streams/RImageStreamQT.h"
 #include "streams/RImageStreampict.h"
@@ -10,6 +11,7 @@
 
 namespace {
 
+constexpr const char* kEffects = "ArcStorable/ImageOperator";
 constexpr const char* kReaders = "Stream/Reader/Image";
 constexpr const char* kWriters = "Stream/Writer/Image";
 
@@ -32,6 +34,7 @@ enum kExtension : int { kTif, kTiff, kJpg, kJpeg, kTga, kPic, kBmp, kSgi, kRgb, 
 // Deliberate: jpeg, bmp, svg and png are read but have no writer here; `RImage::WriteToDisk` writes what Qt
 // can.
 constexpr std::array kRegistrations{
+    Registration{kEffects, "RImOpBlend", "Blend Effect", RImOpBlend::Genesis},
     Registration{kReaders, "tif", "Stream", CreateStream<RImageStreamQT, kTif>},
     Registration{kWriters, "tif", "Stream", CreateStream<RImageStreamQT, kTif>},
     Registration{kReaders, "tiff", "Stream", CreateStream<RImageStreamQT, kTiff>},

@@ -1,11 +1,15 @@
 // The class definitions of the module, in tree order: a parent's definition is built before its children's.
 #include "image/RImage.h"
+#include "operators/RImOpBlend.h"
+#include "operators/RImageOperator.h"
 #include "streams/RImageStream.h"
 #include "streams/RImageStreamQT.h"
 #include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
 
 R_DEFINE_CLASS(RImage, RObject)
+R_DEFINE_CLASS(RImageOperator, RObject)
+R_DEFINE_CLASS(RImOpBlend, RImageOperator)
 R_DEFINE_CLASS(RImageStream, RStream)
 R_DEFINE_CLASS(RImageStreamQT, RImageStream)
 R_DEFINE_CLASS(RImageStreampict, RImageStream)

@@ -1,0 +1,42 @@
+#include "fp/RFpCombinerSetup.h"
+
+#include "fp/RFpEntryPoints.h"
+
+namespace {
+
+void ApplyPortion(const RFpCombinerFunctions& functions, GLenum stage, GLenum portion,
+                  const RFpCombinerPortion& setup) {
+  GLenum variable = GL_VARIABLE_A_NV;
+  for (const RFpCombinerInput& input : setup.inputs) {
+    functions.input(stage, portion, variable++, input.input, input.mapping, input.usage);
+  }
+  functions.output(stage, portion, setup.productAB, setup.productCD, setup.sum, GL_NONE, GL_NONE, GL_FALSE,
+                   GL_FALSE, GL_FALSE);
+}
+
+}  // namespace
+
+bool RFpCombinerFunctions::Resolve() {
+  const RFpEntryPoints& entryPoints = RFpEntryPoints::Get();
+  return entryPoints.Resolve("glCombinerStageParameterfvNV", stageParameterfv) &&
+         entryPoints.Resolve("glCombinerParameteriNV", parameteri) &&
+         entryPoints.Resolve("glCombinerInputNV", input) &&
+         entryPoints.Resolve("glCombinerOutputNV", output) &&
+         entryPoints.Resolve("glFinalCombinerInputNV", finalInput);
+}
+
+void RFpCombinerSetup::Apply(const RFpCombinerFunctions& functions) const {
+  functions.parameteri(GL_NUM_GENERAL_COMBINERS_NV, static_cast<GLint>(stages.size()));
+  GLenum name = GL_COMBINER0_NV;
+  for (const RFpCombinerStage& stage : stages) {
+    ApplyPortion(functions, name, GL_RGB, stage.rgb);
+    ApplyPortion(functions, name, GL_ALPHA, stage.alpha);
+    functions.stageParameterfv(name, GL_CONSTANT_COLOR0_NV, stage.constant0.data());
+    functions.stageParameterfv(name, GL_CONSTANT_COLOR1_NV, stage.constant1.data());
+    ++name;
+  }
+  GLenum variable = GL_VARIABLE_A_NV;
+  for (const RFpCombinerInput& input : finalInputs) {
+    functions.finalInput(variable++, input.input, input.mapping, input.usage);
+  }
+}

@@ -1,0 +1,51 @@
+// A set-up of NVIDIA's register combiners.
+#pragma once
+
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+#include <array>
+#include <vector>
+
+/// The combiner functions of the context that was current when they were looked up.
+struct RFpCombinerFunctions {
+  PFNGLCOMBINERPARAMETERINVPROC parameteri = nullptr;
+  PFNGLCOMBINERINPUTNVPROC input = nullptr;
+  PFNGLCOMBINEROUTPUTNVPROC output = nullptr;
+  PFNGLFINALCOMBINERINPUTNVPROC finalInput = nullptr;
+  PFNGLCOMBINERSTAGEPARAMETERFVNVPROC stageParameterfv = nullptr;
+
+  /// Looks all of them up; false when one is missing.
+  bool Resolve();
+};
+
+/// One variable of a portion: the register, how its value is mapped, and which components are taken.
+struct RFpCombinerInput {
+  GLenum input = GL_ZERO;
+  GLenum mapping = GL_UNSIGNED_IDENTITY_NV;
+  GLenum usage = GL_RGB;
+};
+
+/// Half of a general stage: A, B, C, D in, A x B, C x D and their sum out.
+struct RFpCombinerPortion {
+  std::array<RFpCombinerInput, 4> inputs;
+  GLenum productAB = GL_DISCARD_NV;
+  GLenum productCD = GL_DISCARD_NV;
+  GLenum sum = GL_DISCARD_NV;
+};
+
+struct RFpCombinerStage {
+  RFpCombinerPortion rgb;
+  RFpCombinerPortion alpha;
+  std::array<float, 4> constant0{};  ///< clamped to 0..1 by the hardware
+  std::array<float, 4> constant1{};
+};
+
+/// All general stages, each with constants of its own, and the final combiner's A to G.
+struct RFpCombinerSetup {
+  std::vector<RFpCombinerStage> stages;
+  std::array<RFpCombinerInput, 7> finalInputs;
+
+  /// Makes the set-up the current one.
+  void Apply(const RFpCombinerFunctions& functions) const;
+};
