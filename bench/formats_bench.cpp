@@ -5,6 +5,8 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
 }
 #include <OpenImageIO/imageio.h>
 #include <stb/stb_image.h>
@@ -15,8 +17,10 @@ extern "C" {
 #include <vector>
 
 #include "image/RDestroyPtr.h"
+#include "streams/RImageStreamiff.h"
 #include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
+#include "support/IlbmBuilder.h"
 #include "support/PicBuilder.h"
 #include "support/RunLengthEncoders.h"
 #include "support/SgiBuilder.h"
@@ -90,6 +94,29 @@ Bytes PicMixed() {
   return test::PicBuilder::Make(kSide, kSide, {{2, 0xE0}, {2, 0x10}}, body.Take()).Build();
 }
 
+constexpr unsigned kIlbmSide = 1024;
+
+// A picture of 256 colours: ramps with some grain, whose planes pack as those of a scanned picture do.
+Bytes Ilbm() {
+  Bytes colours;
+  for (unsigned i = 0; i < 768; ++i) colours.push_back(static_cast<unsigned char>(i * 85 / 256));
+  constexpr std::size_t kRowBytes = kIlbmSide / 8;
+  test::ByteWriter body;
+  unsigned grain = 1;
+  for (unsigned y = 0; y < kIlbmSide; ++y) {
+    Bytes planes(8 * kRowBytes);
+    for (unsigned x = 0; x < kIlbmSide; ++x) {
+      grain = grain * 1664525 + 1013904223;
+      const unsigned number = (x / 6 + y / 9 + (x % 256 < 64 ? grain >> 29 : 0)) & 255;
+      for (unsigned p = 0; p < 8; ++p) {
+        if (number >> p & 1) planes[p * kRowBytes + x / 8] |= static_cast<unsigned char>(0x80 >> x % 8);
+      }
+    }
+    for (std::size_t p = 0; p < 8; ++p) body.Raw(test::EncodeByteRun1({&planes[p * kRowBytes], kRowBytes}));
+  }
+  return test::IlbmBuilder::Make({kIlbmSide, kIlbmSide, 8, 0, 1}, colours, body.Take()).Build();
+}
+
 template <class Stream>
 void Ours(benchmark::State& state, Bytes (*make)(), const char* suffix) {
   const MemoryFile file(suffix, make());
@@ -135,6 +162,43 @@ void OpenImage(benchmark::State& state, Bytes (*make)(), const char* suffix) {
   state.SetBytesProcessed(state.iterations() * kSide * kSide * 4);
 }
 
+// Demuxing, decoding to palette numbers and conversion to RGBA.
+void Libavformat(benchmark::State& state, Bytes (*make)(), const char* suffix) {
+  const MemoryFile file(suffix, make());
+  AVPacket* packet = av_packet_alloc();
+  AVFrame* frame = av_frame_alloc();
+  std::vector<unsigned char> pixels(std::size_t{4} * kIlbmSide * kIlbmSide);
+  SwsContext* scaler = nullptr;
+  for (auto _ : state) {
+    AVFormatContext* format = nullptr;
+    if (avformat_open_input(&format, file.Path(), nullptr, nullptr) < 0)
+      return state.SkipWithError("cannot read");
+    const AVCodecParameters* parameters = format->streams[0]->codecpar;
+    AVCodecContext* context = avcodec_alloc_context3(avcodec_find_decoder(parameters->codec_id));
+    avcodec_parameters_to_context(context, parameters);
+    context->thread_count = 1;
+    avcodec_open2(context, nullptr, nullptr);
+    if (av_read_frame(format, packet) < 0 || avcodec_send_packet(context, packet) < 0 ||
+        avcodec_receive_frame(context, frame) < 0) {
+      state.SkipWithError("cannot read");
+    }
+    scaler =
+        sws_getCachedContext(scaler, frame->width, frame->height, AVPixelFormat(frame->format), frame->width,
+                             frame->height, AV_PIX_FMT_RGBA, SWS_POINT, nullptr, nullptr, nullptr);
+    unsigned char* target[] = {pixels.data()};
+    const int stride[] = {4 * frame->width};
+    sws_scale(scaler, frame->data, frame->linesize, 0, frame->height, target, stride);
+    benchmark::DoNotOptimize(pixels.data());
+    av_packet_unref(packet);
+    avcodec_free_context(&context);
+    avformat_close_input(&format);
+  }
+  state.SetBytesProcessed(state.iterations() * kIlbmSide * kIlbmSide * 4);
+  sws_freeContext(scaler);
+  av_frame_free(&frame);
+  av_packet_free(&packet);
+}
+
 void StbImage(benchmark::State& state, Bytes (*make)()) {
   const Bytes bytes = make();
   for (auto _ : state) {
@@ -175,6 +239,8 @@ const bool kRegistered = [] {
   add("PicMixed/stb_image", StbImage, PicMixed);
   add("PicMixed/OpenImageIO", OpenImage, PicMixed, ".pic");
   add("PicMixed/memcpy", Copy);
+  add("Ilbm/ours", Ours<RImageStreamiff>, Ilbm, ".iff");
+  add("Ilbm/libavformat", Libavformat, Ilbm, ".iff");
   return true;
 }();
 

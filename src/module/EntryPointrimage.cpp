@@ -6,6 +6,7 @@
 #include "operators/RImOpBlend.h"
 #include "rbaselib/RObjectRegistry.h"
 #include "streams/RImageStreamQT.h"
+#include "streams/RImageStreamiff.h"
 #include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
 
@@ -29,7 +30,7 @@ IObject* CreateStream(IObject*, const char*, void*) {
   return (new Stream)->IQuery(0, 0);
 }
 
-enum kExtension : int { kTif, kTiff, kJpg, kJpeg, kTga, kPic, kBmp, kSgi, kRgb, kRgba, kSvg, kPng };
+enum kExtension : int { kTif, kTiff, kJpg, kJpeg, kTga, kPic, kIff, kBmp, kSgi, kRgb, kRgba, kSvg, kPng };
 
 // Deliberate: jpeg, bmp, svg and png are read but have no writer here; `RImage::WriteToDisk` writes what Qt
 // can.
@@ -45,6 +46,7 @@ constexpr std::array kRegistrations{
     Registration{kReaders, "tga", "Stream", CreateStream<RImageStreamQT, kTga>},
     Registration{kWriters, "tga", "Stream", CreateStream<RImageStreamQT, kTga>},
     Registration{kReaders, "pic", "Stream", CreateStream<RImageStreampict, kPic>},
+    Registration{kReaders, "iff", "Stream", CreateStream<RImageStreamiff, kIff>},
     Registration{kReaders, "bmp", "Stream", CreateStream<RImageStreamQT, kBmp>},
     Registration{kReaders, "sgi", "Stream", CreateStream<RImageStreamsgi, kSgi>},
     Registration{kReaders, "rgb", "Stream", CreateStream<RImageStreamsgi, kRgb>},

@@ -4,6 +4,7 @@
 #include "operators/RImageOperator.h"
 #include "streams/RImageStream.h"
 #include "streams/RImageStreamQT.h"
+#include "streams/RImageStreamiff.h"
 #include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
 
@@ -14,3 +15,4 @@ R_DEFINE_CLASS(RImageStream, RStream)
 R_DEFINE_CLASS(RImageStreamQT, RImageStream)
 R_DEFINE_CLASS(RImageStreampict, RImageStream)
 R_DEFINE_CLASS(RImageStreamsgi, RImageStream)
+R_DEFINE_CLASS(RImageStreamiff, RImageStream)

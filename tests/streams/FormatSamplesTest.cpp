@@ -18,6 +18,8 @@ TEST_P(FormatSamplesTest, ReadsTheExpectedPicture) {
   EXPECT_TRUE(test::Check(GetParam(), image.get()));
 }
 
+INSTANTIATE_TEST_SUITE_P(Iff, FormatSamplesTest, testing::ValuesIn(test::LoadSamples("iff")),
+                         test::SampleName);
 INSTANTIATE_TEST_SUITE_P(Pic, FormatSamplesTest, testing::ValuesIn(test::LoadSamples("pic")),
                          test::SampleName);
 INSTANTIATE_TEST_SUITE_P(Sgi, FormatSamplesTest, testing::ValuesIn(test::LoadSamples("sgi")),
