@@ -16,6 +16,8 @@ function(rimage_library name)
   add_library(${name} SHARED ${ARGN})
   target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:rimage_settings>)
   target_compile_features(${name} PUBLIC cxx_std_20)
+  # GNU unique symbols, which the standard library's templates give, would keep a library in memory after dlclose.
+  target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
   string(TOUPPER ${name} upper)
   set_target_properties(${name} PROPERTIES
     CXX_VISIBILITY_PRESET hidden

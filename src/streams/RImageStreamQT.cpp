@@ -8,12 +8,13 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 #include "image/RDestroyPtr.h"
 #include "image/RPixelKernels.h"
 #include "streams/QImageLayout.h"
-#include "streams/RInitRaw.h"
+#include "streams/RImageTarget.h"
 #include "streams/TgaCodec.h"
 
 namespace {
@@ -107,23 +108,25 @@ CopyRow DirectCopyOf(QImage::Format format) {
   return row == kDirectCopies.end() ? nullptr : row->copy;
 }
 
-void CopyRowsBottomUp(const QImage& source, RImage& image, CopyRow copy) {
-  const auto rowBytes =
-      static_cast<std::size_t>(image.GetWidth()) * static_cast<std::size_t>(image.GetPixelSize());
-  unsigned char* row = image.GetImageBits();
-  for (int y = source.height() - 1; y >= 0; --y, row += rowBytes) {
+void CopyRowsBottomUp(const QImage& source, std::span<unsigned char> destination, CopyRow copy) {
+  const std::size_t rowBytes = destination.size() / static_cast<std::size_t>(source.height());
+  for (int y = source.height() - 1; y >= 0; --y) {
     const unsigned char* line = source.constScanLine(y);
-    copy ? copy(row, line, source.width()) : static_cast<void>(std::memcpy(row, line, rowBytes));
+    copy ? copy(destination.data(), line, source.width())
+         : static_cast<void>(std::memcpy(destination.data(), line, rowBytes));
+    destination = destination.subspan(rowBytes);
   }
 }
 
-[[nodiscard]] bool Fill(RImage& image, QImage pixels) {
-  const QImageLayout& layout = LayoutOf(pixels.format());
-  const CopyRow copy = DirectCopyOf(pixels.format());
-  if (!copy) pixels.convertTo(layout.converted);
-  if (pixels.isNull()) return false;
-  if (!RInitRaw(image, layout.format, pixels.width(), pixels.height())) return false;
-  CopyRowsBottomUp(pixels, image, copy);
+[[nodiscard]] bool Fill(RImage& image, QImage loaded) {
+  const QImageLayout& layout = LayoutOf(loaded.format());
+  const CopyRow copy = DirectCopyOf(loaded.format());
+  if (!copy) loaded.convertTo(layout.converted);
+  std::span<unsigned char> pixels;
+  if (loaded.isNull() || !RInitImageTarget(image, layout.format, loaded.width(), loaded.height(), pixels)) {
+    return false;
+  }
+  CopyRowsBottomUp(loaded, pixels, copy);
   return true;
 }
 

@@ -13,8 +13,12 @@ constexpr bool RIsCredibleImage(std::uint64_t imageBytes, std::uint64_t fileByte
   return imageBytes <= 65536 * fileBytes;
 }
 
-/// Makes `image` a raw frame of that format and size for a file of `fileBytes` bytes, and lends the pixels of
-/// its first layer, whose contents are undefined. Fails when the file cannot describe such an image or there
-/// is no storage.
+/// Makes `image` a raw frame of that format and size and lends the pixels of its first layer, whose contents
+/// are undefined. Fails when the product is no image size, the record has no layers or there is no storage.
+[[nodiscard]] bool RInitImageTarget(RImage& image, kImageFormat format, int width, int height,
+                                    std::span<unsigned char>& pixels);
+
+/// The same for a file of `fileBytes` bytes; fails also, leaving `image` as it was, when the file cannot
+/// describe such an image.
 [[nodiscard]] bool RInitImageTarget(RImage& image, kImageFormat format, int width, int height,
                                     std::uint64_t fileBytes, std::span<unsigned char>& pixels);

@@ -10,7 +10,7 @@
 #include "image/RImageFormat.h"
 #include "image/RPixelKernels.h"
 #include "rbaselib/RFile.h"
-#include "streams/RInitRaw.h"
+#include "streams/RImageTarget.h"
 #include "streams/TgaFormat.h"
 
 namespace {
@@ -27,18 +27,19 @@ FilePtr OpenUnbuffered(const char* path) {
   return file;
 }
 
-[[nodiscard]] bool ReadBytes(std::FILE* file, unsigned char* destination, std::size_t size) {
-  return std::fread(destination, 1, size, file) == size;
+[[nodiscard]] bool ReadBytes(std::FILE* file, std::span<unsigned char> destination) {
+  return std::fread(destination.data(), 1, destination.size(), file) == destination.size();
 }
 
 [[nodiscard]] bool ReadHeader(std::FILE* file, TgaHeader& header) {
   std::array<unsigned char, TgaHeader::kSize> bytes;
-  if (!ReadBytes(file, bytes.data(), bytes.size())) return false;
+  if (!ReadBytes(file, bytes)) return false;
   RByteReader reader(bytes);
   return header.Read(reader);
 }
 
-// Fails when fewer than `pixelBytes` bytes follow the header.
+// Fails when fewer than `pixelBytes` bytes follow the header. Deliberate: pixels count from right behind the
+// header, identification text and colour map are not skipped.
 [[nodiscard]] bool SeekToPixels(std::FILE* file, std::int64_t pixelBytes) {
   constexpr auto kPixels = static_cast<long>(TgaHeader::kSize);
   return std::fseek(file, 0, SEEK_END) == 0 && std::ftell(file) - kPixels >= pixelBytes &&
@@ -47,7 +48,7 @@ FilePtr OpenUnbuffered(const char* path) {
 
 // Deliberate: the alpha of a 16-bit pixel is 0 or 128, its attribute bit where it stands; it is not spread to
 // 255.
-void ExpandA1R5G5B5(std::span<const unsigned char> source, unsigned char* bgra) {
+void ExpandA1R5G5B5(std::span<const unsigned char> source, std::span<unsigned char> bgra) {
   for (std::size_t i = 0; i < source.size() / 2; ++i) {
     const unsigned low = source[2 * i];
     const unsigned high = source[2 * i + 1];
@@ -60,9 +61,10 @@ void ExpandA1R5G5B5(std::span<const unsigned char> source, unsigned char* bgra) 
 
 [[nodiscard]] bool Read16(std::FILE* file, const TgaHeader& header, std::size_t bytes, RImage& image) {
   const RPixelBuffer words = RAllocatePixels(bytes);
-  if (!words || !ReadBytes(file, words.get(), bytes)) return false;
-  if (!RInitRaw(image, kImageFormatBGRA, header.width, header.height)) return false;
-  ExpandA1R5G5B5({words.get(), bytes}, image.GetImageBits());
+  if (!words || !ReadBytes(file, {words.get(), bytes})) return false;
+  std::span<unsigned char> pixels;
+  if (!RInitImageTarget(image, kImageFormatBGRA, header.width, header.height, pixels)) return false;
+  ExpandA1R5G5B5({words.get(), bytes}, pixels);
   return true;
 }
 
@@ -70,10 +72,10 @@ void ExpandA1R5G5B5(std::span<const unsigned char> source, unsigned char* bgra) 
   const int pixelSize = header.depth / 8;
   const std::int64_t bytes = RImageBytes(header.width, header.height, 1, pixelSize);
   if (bytes < 0 || !SeekToPixels(file, bytes)) return false;
-  const auto size = static_cast<std::size_t>(bytes);
-  if (pixelSize == 2) return Read16(file, header, size, image);
+  if (pixelSize == 2) return Read16(file, header, static_cast<std::size_t>(bytes), image);
   const kImageFormat format = pixelSize == 4 ? kImageFormatBGRA : kImageFormatBGR;
-  return RInitRaw(image, format, header.width, header.height) && ReadBytes(file, image.GetImageBits(), size);
+  std::span<unsigned char> pixels;
+  return RInitImageTarget(image, format, header.width, header.height, pixels) && ReadBytes(file, pixels);
 }
 
 // --- Writing.
