@@ -40,8 +40,8 @@ ExitCode Run(int argc, char** argv) {
   CLI::App app("Reads, converts, compares and shows picture files.", "rimage");
   app.set_version_flag("--version", "rimage " RIMAGE_VERSION);
   app.allow_extras();
-  const std::vector<Command> commands = {AddFormatsCommand(app), AddInfoCommand(app), AddConvertCommand(app),
-                                         AddCompareCommand(app), AddSheetCommand(app)};
+  const std::vector<Command> commands = {AddFormatsCommand(app), AddInfoCommand(app),  AddConvertCommand(app),
+                                         AddCompareCommand(app), AddSheetCommand(app), AddDoctorCommand(app)};
   for (const Command& command : commands) command.app->allow_extras();
   try {
     app.parse(argc, argv);
