@@ -18,11 +18,11 @@ void ApplyPortion(const RFpCombinerFunctions& functions, GLenum stage, GLenum po
 
 bool RFpCombinerFunctions::Resolve() {
   const RFpEntryPoints& entryPoints = RFpEntryPoints::Get();
-  return entryPoints.Resolve("glCombinerStageParameterfvNV", stageParameterfv) &&
-         entryPoints.Resolve("glCombinerParameteriNV", parameteri) &&
-         entryPoints.Resolve("glCombinerInputNV", input) &&
-         entryPoints.Resolve("glCombinerOutputNV", output) &&
-         entryPoints.Resolve("glFinalCombinerInputNV", finalInput);
+  return entryPoints.ResolveTo("glCombinerStageParameterfvNV", stageParameterfv) &&
+         entryPoints.ResolveTo("glCombinerParameteriNV", parameteri) &&
+         entryPoints.ResolveTo("glCombinerInputNV", input) &&
+         entryPoints.ResolveTo("glCombinerOutputNV", output) &&
+         entryPoints.ResolveTo("glFinalCombinerInputNV", finalInput);
 }
 
 void RFpCombinerSetup::Apply(const RFpCombinerFunctions& functions) const {

@@ -23,7 +23,7 @@ class RIMAGE_API RFpEntryPoints {
 
   /// Looks a function up; false, with `function` null, when there is none.
   template <class Function>
-  bool Resolve(const char* name, Function*& function) const {
+  bool ResolveTo(const char* name, Function*& function) const {
     function = reinterpret_cast<Function*>(Resolve(name));
     return function != nullptr;
   }

@@ -39,7 +39,7 @@ class FakeNode : public RFpNode {
   struct Stage {
     int requirement = 0xC0000;
     int inputs = 1;
-    std::vector<int> next;  ///< provider of each input; index + 1 beyond it
+    std::vector<int> next = {};  ///< provider of each input; index + 1 beyond it
     int reserved = 0;
   };
 
