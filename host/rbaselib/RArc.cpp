@@ -1,9 +1,10 @@
 #include "rbaselib/RArc.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <system_error>
+#include <utility>
+
+#include "rbaselib/internal/RText.h"
 
 namespace {
 
@@ -11,10 +12,10 @@ constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
 
-bool IsFieldName(const char* name) {
-  if (!name || !*name) return false;
-  const std::string_view text(name);
-  return std::none_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '"' || IsControl(c); });
+// Names and bare values share their characters: all but blanks, quotes and control characters.
+bool IsWord(std::string_view text) {
+  return !text.empty() &&
+         std::none_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '"' || IsControl(c); });
 }
 
 std::string Quoted(const std::string& text) {
@@ -36,14 +37,13 @@ std::string Quoted(const std::string& text) {
 
 // Takes one escape sequence, whose backslash is gone, off the front of `rest`.
 bool TakeEscape(std::string_view& rest, std::string& text) {
-  if (rest.empty()) return false;
-  if (rest.front() == '"' || rest.front() == '\\') {
+  if (rest.starts_with('"') || rest.starts_with('\\')) {
     text += rest.front();
     rest.remove_prefix(1);
     return true;
   }
   unsigned value = 0;
-  if (rest.front() != 'x' || rest.size() < 3) return false;
+  if (!rest.starts_with('x') || rest.size() < 3) return false;
   const char* end = rest.data() + 3;
   if (std::from_chars(rest.data() + 1, end, value, 16).ptr != end) return false;
   text += static_cast<char>(value);
@@ -57,10 +57,8 @@ bool TakeQuoted(std::string_view& rest, std::string& text) {
     const char c = rest.front();
     rest.remove_prefix(1);
     if (c == '"') return rest.empty() || rest.front() == ' ';
-    if (c != '\\')
-      text += c;
-    else if (!TakeEscape(rest, text))
-      return false;
+    if (IsControl(c) || (c == '\\' && !TakeEscape(rest, text))) return false;
+    if (c != '\\') text += c;
   }
   return false;
 }
@@ -72,20 +70,13 @@ std::string_view TakeWord(std::string_view& rest) {
   return word;
 }
 
-template <class T>
-bool ParseAll(const std::string& text, T& value) {
-  T parsed{};
-  const char* end = text.data() + text.size();
-  const auto result = std::from_chars(text.data(), end, parsed);
-  if (result.ec != std::errc() || result.ptr != end) return false;
-  value = parsed;
-  return true;
-}
-
-template <class T>
-std::string NumberText(T value) {
-  std::array<char, 32> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+// Takes the next line, without its end, off the front of `rest`.
+std::string_view TakeLine(std::string_view& rest) {
+  const std::size_t length = std::min(rest.find('\n'), rest.size());
+  std::string_view line = rest.substr(0, length);
+  rest.remove_prefix(std::min(length + 1, rest.size()));
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
 }
 
 }  // namespace
@@ -93,35 +84,35 @@ std::string NumberText(T value) {
 IObject* RArc::IQuery(unsigned long id, int) { return id == 0 ? this : nullptr; }
 
 bool RArc::FieldWriteBegin(const char* name) {
-  if (!mOpen.name.empty() || !IsFieldName(name)) return false;
+  if (!mOpen.name.empty() || !name || !IsWord(name)) return false;
   mOpen.name = name;
   return true;
 }
 
-void RArc::FieldWriteC(const char* text) { mOpen.values.push_back({text ? text : "", true}); }
-void RArc::FieldWriteB(bool value) { mOpen.values.push_back({value ? "true" : "false", false}); }
-void RArc::FieldWriteI(int value) { mOpen.values.push_back({NumberText(value), false}); }
-void RArc::FieldWriteD(double value) { mOpen.values.push_back({NumberText(value), false}); }
+void RArc::WriteValue(std::string text, bool isString) {
+  if (!mOpen.name.empty()) mOpen.values.push_back({std::move(text), isString});
+}
+
+void RArc::FieldWriteC(const char* text) { WriteValue(text ? text : "", true); }
+void RArc::FieldWriteB(bool value) { WriteValue(value ? "true" : "false", false); }
+void RArc::FieldWriteI(int value) { WriteValue(RText::FromNumber(value), false); }
+void RArc::FieldWriteD(double value) { WriteValue(RText::FromNumber(value), false); }
 
 void RArc::FieldWriteEnd() {
-  if (!mOpen.name.empty()) Put(std::move(mOpen));
-  mOpen = {};
+  if (!mOpen.name.empty()) Put(std::exchange(mOpen, {}));
 }
 
 void RArc::Put(Field field) {
-  const auto same = std::find_if(mFields.begin(), mFields.end(),
-                                 [&](const Field& other) { return other.name == field.name; });
-  if (same == mFields.end())
+  const auto [place, isNew] = mPlaces.try_emplace(field.name, mFields.size());
+  if (isNew)
     mFields.push_back(std::move(field));
   else
-    *same = std::move(field);
+    mFields[place->second] = std::move(field);
 }
 
 const RArc::Field* RArc::Find(const char* name) const {
-  if (!name) return nullptr;
-  const auto found =
-      std::find_if(mFields.begin(), mFields.end(), [&](const Field& field) { return field.name == name; });
-  return found == mFields.end() ? nullptr : &*found;
+  const auto place = name ? mPlaces.find(std::string_view(name)) : mPlaces.end();
+  return place == mPlaces.end() ? nullptr : &mFields[place->second];
 }
 
 const RArc::Value* RArc::FindValue(const char* name, int index) const {
@@ -146,12 +137,12 @@ bool RArc::FieldReadB(const char* name, bool& value, int index) const {
 
 bool RArc::FieldReadI(const char* name, int& value, int index) const {
   const Value* found = FindValue(name, index);
-  return found && !found->isString && ParseAll(found->text, value);
+  return found && !found->isString && RText::ToNumber(found->text, value);
 }
 
 bool RArc::FieldReadD(const char* name, double& value, int index) const {
   const Value* found = FindValue(name, index);
-  return found && !found->isString && ParseAll(found->text, value);
+  return found && !found->isString && RText::ToNumber(found->text, value);
 }
 
 std::string RArc::GetText() const {
@@ -166,17 +157,17 @@ std::string RArc::GetText() const {
 
 bool RArc::ParseLine(std::string_view line, Field& field) {
   field.name = TakeWord(line);
-  if (!IsFieldName(field.name.c_str())) return false;
+  if (!IsWord(field.name)) return false;
   while (!line.empty()) {
     line.remove_prefix(1);  // the blank before a value
     Value value;
-    if (line.starts_with('"')) {
+    value.isString = line.starts_with('"');
+    if (value.isString) {
       line.remove_prefix(1);
-      value.isString = true;
       if (!TakeQuoted(line, value.text)) return false;
     } else {
       value.text = TakeWord(line);
-      if (value.text.empty()) return false;
+      if (!IsWord(value.text)) return false;
     }
     field.values.push_back(std::move(value));
   }
@@ -186,14 +177,13 @@ bool RArc::ParseLine(std::string_view line, Field& field) {
 bool RArc::SetText(const std::string& text) {
   RArc parsed;
   for (std::string_view rest = text; !rest.empty();) {
-    const std::size_t length = std::min(rest.find('\n'), rest.size());
-    const std::string_view line = rest.substr(0, length);
-    rest.remove_prefix(std::min(length + 1, rest.size()));
-    Field field;
+    const std::string_view line = TakeLine(rest);
     if (line.empty()) continue;
+    Field field;
     if (!ParseLine(line, field)) return false;
     parsed.Put(std::move(field));
   }
   mFields = std::move(parsed.mFields);
+  mPlaces = std::move(parsed.mPlaces);
   return true;
 }

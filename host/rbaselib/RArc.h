@@ -1,18 +1,23 @@
 // The host's text archives.
 #pragma once
 
+#include <cstddef>
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "rbaselib/IArcObject.h"
 
-/// One record of named fields, written and read as text: a line a field, `Name value value ...`, strings in
-/// double quotes with the escapes \" \\ and \xHH (control characters), numbers with the digits that bring the
-/// same value back.
+/// One record of named fields, written and read as text in UTF-8: a line a field, `Name value value ...`, one
+/// blank between. A value is a string in double quotes with the escapes \" \\ and \xHH (control characters),
+/// `true` or `false`, or a number with the digits that bring the same value back. Lines end with a line feed,
+/// a carriage return before it does not count, and empty lines do not either.
 ///
-/// Writing brackets the values of a field: `FieldWriteBegin("Name")`, one or more `FieldWrite...`,
-/// `FieldWriteEnd()`. A field that is written again replaces the earlier one in place.
+/// Writing brackets the values of a field: `FieldWriteBegin("Name")`, any number of `FieldWrite...`,
+/// `FieldWriteEnd()`; a value outside the brackets is dropped. A field that is written again replaces the
+/// earlier one in place.
 class RBASELIB_API RArc : public IArcObject {
  public:
   RArc() = default;
@@ -31,18 +36,20 @@ class RBASELIB_API RArc : public IArcObject {
   void FieldWriteEnd();
 
   bool HasField(const char* name) const;
-  /// Returns the field's string, borrowed until the record changes, or `fallback` when the field is missing
-  /// or holds no string.
+  /// Returns the field's first value, a string, borrowed until the record changes, or `fallback` when the
+  /// field is missing or its first value is no string.
   const char* FieldReadC(const char* name, const char* fallback) const;
   /// Read value `index` of a field; false, leaving `value` untouched, when it is missing or of another type.
+  /// A whole number is read as a double too.
   bool FieldReadB(const char* name, bool& value, int index = 0) const;
   bool FieldReadI(const char* name, int& value, int index = 0) const;
   bool FieldReadD(const char* name, double& value, int index = 0) const;
 
   /// Returns the record as text.
   std::string GetText() const;
-  /// Replaces the record by the one that `text` holds; false, leaving the record as it was, when a line is
-  /// malformed.
+  /// Replaces the record by the one that `text` holds; of several fields of one name the last one counts, in
+  /// the place of the first. False, leaving the record as it was, when a line is malformed. A field that is
+  /// being written stays open.
   bool SetText(const std::string& text);
 
  private:
@@ -58,7 +65,9 @@ class RBASELIB_API RArc : public IArcObject {
   const Field* Find(const char* name) const;
   const Value* FindValue(const char* name, int index) const;
   void Put(Field field);
+  void WriteValue(std::string text, bool isString);
 
   std::vector<Field> mFields;
-  Field mOpen;  // the field being written; no name when none is
+  std::map<std::string, std::size_t, std::less<>> mPlaces;  // from a field's name to its place in mFields
+  Field mOpen;                                              // the field being written; no name when none is
 };

@@ -1,7 +1,6 @@
 #include "rbaselib/RArrayHelper.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <new>
 
@@ -14,13 +13,13 @@ void** Elements(const RArrayHelper::Header* array) {
 }
 static_assert(sizeof(RArrayHelper::Header) % alignof(void*) == 0);
 
-RArrayHelper::Header* Grown(RArrayHelper::Header* array, std::int32_t capacity) {
+// Returns a new array with the elements of `array` and room for `capacity`, which is not below their number.
+RArrayHelper::Header* CopyWithCapacity(const RArrayHelper::Header* array, std::int32_t capacity) {
+  const std::int32_t count = RArrayHelper::GetCount(array);
   const std::size_t bytes = sizeof(RArrayHelper::Header) + static_cast<std::size_t>(capacity) * sizeof(void*);
-  auto* grown =
-      new (RBaseAllocator::Allocate(bytes)) RArrayHelper::Header{RArrayHelper::GetCount(array), capacity};
-  if (array) std::copy_n(Elements(array), array->count, Elements(grown));
-  RArrayHelper::Free(array);
-  return grown;
+  auto* copy = new (RBaseAllocator::Allocate(bytes)) RArrayHelper::Header{count, capacity};
+  if (array) std::copy_n(Elements(array), count, Elements(copy));
+  return copy;
 }
 
 }  // namespace
@@ -38,11 +37,21 @@ void* RArrayHelper::GetAt(const Header* array, std::int32_t index) {
 bool RArrayHelper::InsertAt(Header*& array, std::int32_t index, void* element) {
   const std::int32_t count = GetCount(array);
   if (index < 0 || index > count || count == std::numeric_limits<std::int32_t>::max()) return false;
-  if (!array || count == array->capacity) array = Grown(array, GetNextArraySize(count, count + 1));
+  if (!array || count == array->capacity) {
+    Header* grown = CopyWithCapacity(array, GetNextArraySize(count, count + 1));
+    Free(array);
+    array = grown;
+  }
   void** elements = Elements(array);
   std::move_backward(elements + index, elements + count, elements + count + 1);
   elements[index] = element;
   ++array->count;
+  return true;
+}
+
+bool RArrayHelper::SetAt(Header* array, std::int32_t index, void* element) {
+  if (index < 0 || index >= GetCount(array)) return false;
+  Elements(array)[index] = element;
   return true;
 }
 
@@ -53,6 +62,10 @@ bool RArrayHelper::RemoveAt(Header* array, std::int32_t index) {
   std::move(elements + index + 1, elements + count, elements + index);
   --array->count;
   return true;
+}
+
+RArrayHelper::Header* RArrayHelper::Copy(const Header* array) {
+  return GetCount(array) == 0 ? nullptr : CopyWithCapacity(array, array->count);
 }
 
 void RArrayHelper::Clear(Header* array) {

@@ -5,7 +5,10 @@
 
 #include "rbaselib/RBaseLibExport.h"
 
-/// Orders C strings by their characters, not by their addresses. Neither may be null.
+/// Orders C strings by their characters, not by their addresses. Null comes before every string.
 struct RBASELIB_API RCharPointerLessCompare {
-  bool operator()(const char* a, const char* b) const { return std::strcmp(a, b) < 0; }
+  bool operator()(const char* a, const char* b) const {
+    if (!a || !b) return !a && b;
+    return std::strcmp(a, b) < 0;
+  }
 };

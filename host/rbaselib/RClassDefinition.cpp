@@ -5,6 +5,8 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace {
 
@@ -12,6 +14,7 @@ struct ClassRegistry {
   std::mutex mutex;
   std::vector<const RClassDefinition*> classes;
   std::map<std::string, int, std::less<>> ids;
+  int lastId = 0;
 };
 
 // Lives until the process ends: modules may be unloaded after this library's own statics are gone.
@@ -23,7 +26,7 @@ ClassRegistry& Registry() {
 }  // namespace
 
 RClassDefinition::RClassDefinition(int& id, const char* name, const RClassDefinition* parent, void* factory)
-    : mId(id), mName(name), mParent(parent), mFactory(factory) {
+    : mId(id), mName(name ? name : ""), mParent(parent), mFactory(factory) {
   ClassRegistry& registry = Registry();
   const std::lock_guard lock(registry.mutex);
   registry.classes.push_back(this);
@@ -38,8 +41,15 @@ RClassDefinition::~RClassDefinition() {
 int RClassDefinition::RegisterClassId() {
   ClassRegistry& registry = Registry();
   const std::lock_guard lock(registry.mutex);
-  const int next = static_cast<int>(registry.ids.size()) + 1;
-  mId = registry.ids.try_emplace(mName, next).first->second;
+  if (std::exchange(mRegistered, true)) return mId;
+  if (const auto known = registry.ids.find(std::string_view(mName)); known == registry.ids.end()) {
+    mId = registry.ids[mName] = ++registry.lastId;
+  } else {
+    const bool taken = std::any_of(registry.classes.begin(), registry.classes.end(), [&](const auto* other) {
+      return other != this && other->mRegistered && other->mId == known->second;
+    });
+    mId = taken ? ++registry.lastId : known->second;
+  }
   return mId;
 }
 

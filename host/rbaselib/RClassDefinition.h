@@ -10,9 +10,9 @@
 class RBASELIB_API RClassDefinition {
  public:
   /// Lists the class. `id` is a reference to the class's own `ClassId`; it is only remembered here and
-  /// written by `RegisterClassId`. `name` must outlive the definition (it is the class's static name).
-  /// `parent` is null for a root class and must outlive the definition. `factory` is reserved for the host
-  /// and kept as it is.
+  /// written by `RegisterClassId`. `name` must outlive the definition (it is the class's static name); null
+  /// counts as the empty name. `parent` is null for a root class and must outlive the definition. `factory`
+  /// is reserved for the host and kept as it is.
   RClassDefinition(int& id, const char* name, const RClassDefinition* parent, void* factory = nullptr);
   ~RClassDefinition();
   RClassDefinition(const RClassDefinition&) = delete;
@@ -20,7 +20,7 @@ class RBASELIB_API RClassDefinition {
 
   /// Assigns the class its id, counted from 1, stores it in the class's `ClassId` and returns it. A name
   /// keeps its id for the life of the process, so that a module that is unloaded and loaded again gets its
-  /// ids back.
+  /// ids back; a second living class of the same name gets an id of its own.
   int RegisterClassId();
 
   int GetId() const { return mId; }
@@ -28,7 +28,7 @@ class RBASELIB_API RClassDefinition {
   const RClassDefinition* GetParent() const { return mParent; }
   void* GetFactory() const { return mFactory; }
 
-  /// Returns the listed class with that name, borrowed, or null.
+  /// Returns the first listed class with that name, borrowed, or null.
   static const RClassDefinition* Find(const char* name);
   /// Returns the listed classes in the order of their construction.
   static std::vector<const RClassDefinition*> GetAll();
@@ -38,4 +38,5 @@ class RBASELIB_API RClassDefinition {
   const char* mName;
   const RClassDefinition* mParent;
   void* mFactory;
+  bool mRegistered = false;
 };

@@ -4,9 +4,8 @@
 
 #include "rbaselib/RObject.h"
 
-RGenericObjectList::RGenericObjectList(const RGenericObjectList& other) {
-  for (int i = 0; i < other.GetCount(); ++i) InternalAdd(other.GetAt(i));
-}
+RGenericObjectList::RGenericObjectList(const RGenericObjectList& other)
+    : mArray(RArrayHelper::Copy(other.mArray)) {}
 
 RGenericObjectList::RGenericObjectList(RGenericObjectList&& other) noexcept
     : mArray(std::exchange(other.mArray, nullptr)) {}
@@ -17,7 +16,9 @@ RGenericObjectList& RGenericObjectList::operator=(const RGenericObjectList& othe
 }
 
 RGenericObjectList& RGenericObjectList::operator=(RGenericObjectList&& other) noexcept {
-  std::swap(mArray, other.mArray);
+  RArrayHelper::Header* taken = std::exchange(other.mArray, nullptr);
+  RArrayHelper::Free(mArray);
+  mArray = taken;
   return *this;
 }
 
@@ -43,8 +44,7 @@ int RGenericObjectList::InternalInsertAt(int index, RObject* object) {
 }
 
 int RGenericObjectList::InternalSetAt(int index, RObject* object) {
-  if (!RArrayHelper::RemoveAt(mArray, index)) return -1;
-  return InternalInsertAt(index, object);
+  return RArrayHelper::SetAt(mArray, index, object) ? index : -1;
 }
 
 bool RGenericObjectList::InternalRemove(RObject* object) {

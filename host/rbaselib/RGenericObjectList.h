@@ -6,7 +6,7 @@
 class RObject;
 
 /// An ordered list of object pointers. It neither copies nor owns the objects; a copy of the list has an
-/// array of its own with the same pointers.
+/// array of its own with the same pointers, a list that was moved from is empty.
 class RBASELIB_API RGenericObjectList {
  public:
   RGenericObjectList() = default;

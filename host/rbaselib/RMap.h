@@ -19,7 +19,7 @@ class RMap {
     return entry == mEntries.end() ? nullptr : &entry->second;
   }
 
-  /// Stores `value` under `key`, in place of what was there.
+  /// Stores `value` under `key`, in place of what was there; an entry keeps the key it was made with.
   void Set(const Key& key, const Value& value) { mEntries.insert_or_assign(key, value); }
 
   /// Returns whether there was an entry to remove.

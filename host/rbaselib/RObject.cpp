@@ -1,12 +1,10 @@
+// The life cycle, class information and handles of host objects.
 #include "rbaselib/RObject.h"
 
-#include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <map>
 #include <mutex>
 
-#include "rbaselib/RArc.h"
 #include "rbaselib/RProperty.h"
 
 namespace {
@@ -24,17 +22,6 @@ HandleTable& Handles() {
 }
 
 }  // namespace
-
-const char* const RObject::ClassName = "RObject";
-int RObject::ClassId = 0;
-const int RObject::ClassSize = sizeof(RObject);
-int RObject::ClassInstanceCount = 0;
-RClassDefinition RObject::ClassDefinition(RObject::ClassId, RObject::ClassName, nullptr);
-RPropertyHashMap RObject::PropertyHashMap;
-
-namespace {
-[[maybe_unused]] const int kRegistered = RObject::ClassDefinition.RegisterClassId();
-}
 
 RObject::RObject(const char* name, void* entity) : mName(name), mEntity(entity) {
   ++std::atomic_ref(ClassInstanceCount);
@@ -61,22 +48,29 @@ IObject* RObject::IQuery(unsigned long id, int) { return id == 0 ? this : nullpt
 RObject* RObject::GetHeldObject() { return this; }
 
 void RObject::Destroy(int) {
+  if (mTornDown) return;
   if (mDeletable)
     delete this;
   else
     Destruct();
 }
 
-void RObject::Destruct() { mProperties.clear(); }
+void RObject::Destruct() {
+  while (!mProperties.empty()) {
+    mProperties.back()->Detach();
+    PropertyRemoveFromList(mProperties.back());
+  }
+}
 
 void RObject::SystemDetach() {
   for (RProperty* property : mProperties) property->Detach();
 }
 
-void RObject::PrepareDestruct() { mTornDown = true; }
+void RObject::PrepareDestruct() { mEntity = nullptr; }
 
 void RObject::RunTeardown() {
   if (mTornDown) return;
+  mTornDown = true;
   SystemDetach();
   PrepareDestruct();
   Destruct();
@@ -89,89 +83,8 @@ const RClassDefinition* RObject::GetClassDefinition() const { return &ClassDefin
 int RObject::GetClassGroupId() const { return 0; }
 const char* RObject::GetClassGroupName() const { return "Object"; }
 int RObject::GetClassSize() const { return ClassSize; }
-int RObject::GetClassInstanceCount() const { return ClassInstanceCount; }
+int RObject::GetClassInstanceCount() const { return std::atomic_ref(ClassInstanceCount); }
 bool RObject::Is(int classId) const { return classId == ClassId; }
-
-RProperty* RObject::FastFindPropertyByName(const char* name) const {
-  return FastFindPropertyByName(name, PropertyHashMap);
-}
-
-RProperty* RObject::FastFindPropertyByName(const char* name, RPropertyHashMap& cache) const {
-  if (!name) return nullptr;
-  // The list can differ between objects of a class while one of them is being built, so the hit is checked.
-  if (const long long* index = cache.Find(name)) {
-    RProperty* property = GetProperty(static_cast<int>(*index));
-    if (property && !std::strcmp(property->GetName(), name)) return property;
-  }
-  for (int i = 0; i < GetPropertyCount(); ++i) {
-    RProperty* property = mProperties[static_cast<std::size_t>(i)];
-    if (std::strcmp(property->GetName(), name)) continue;
-    cache.Set(property->GetName(), i);
-    return property;
-  }
-  return nullptr;
-}
-
-void RObject::PropertyAddToList(RProperty* property) {
-  if (property) mProperties.push_back(property);
-}
-
-RProperty* RObject::GetProperty(int index) const {
-  return index >= 0 && index < GetPropertyCount() ? mProperties[static_cast<std::size_t>(index)] : nullptr;
-}
-
-namespace {
-
-struct PropertyAssignment {
-  RProperty* property;
-  RPropertyValue value;
-};
-
-// A later setter may change an earlier property (choosing a preset, say), so what differs at the end is set
-// again. Setting again is bounded: values that exclude each other would otherwise never settle.
-bool AssignInOrder(const std::vector<PropertyAssignment>& assignments) {
-  bool allAccepted = true;
-  for (const auto& [property, value] : assignments) allAccepted &= property->SetValue(value);
-  for (const auto& [property, value] : assignments) {
-    if (property->GetValue() != value) property->SetValue(value);
-  }
-  return allAccepted;
-}
-
-}  // namespace
-
-void RObject::TransferStaticPropertiesFrom(const RObject* source) {
-  if (!source || source == this) return;
-  std::vector<PropertyAssignment> assignments;
-  for (const RProperty* theirs : source->mProperties) {
-    if (RProperty* ours = FastFindPropertyByName(theirs->GetName())) {
-      assignments.push_back({ours, theirs->GetValue()});
-    }
-  }
-  AssignInOrder(assignments);
-}
-
-void RObject::PropertiesStore(RArc* arc) const {
-  for (const RProperty* property : mProperties) {
-    if (!arc->FieldWriteBegin(property->GetName())) continue;
-    property->WriteValue(*arc);
-    arc->FieldWriteEnd();
-  }
-}
-
-bool RObject::PropertiesRestore(const RArc* arc) {
-  bool allRead = true;
-  std::vector<PropertyAssignment> assignments;
-  for (RProperty* property : mProperties) {
-    if (!arc->HasField(property->GetName())) continue;
-    RPropertyValue value = property->GetValue();
-    if (property->ReadValue(*arc, value))
-      assignments.push_back({property, value});
-    else
-      allRead = false;
-  }
-  return AssignInOrder(assignments) && allRead;
-}
 
 unsigned RObject::HSDK_Map() {
   HandleTable& table = Handles();
@@ -184,7 +97,6 @@ unsigned RObject::HSDK_Map() {
 }
 
 void RObject::HSDK_UnMap() {
-  if (mHandle == 0) return;
   HandleTable& table = Handles();
   const std::lock_guard lock(table.mutex);
   table.objects.erase(mHandle);

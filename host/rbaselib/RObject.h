@@ -21,9 +21,10 @@ using RPropertyHashMap = RMap<const char*, long long, RCharPointerLessCompare, R
 /// Root of the host's object model: class information, life cycle and properties.
 ///
 /// Life cycle. Objects are released with `Destroy`, never deleted. The teardown sequence is `SystemDetach`,
-/// `PrepareDestruct`, `Destruct`, `HSDK_UnMap`, and runs once an object. A class that overrides `Destruct`
-/// calls `RunTeardown` in its own destructor, so that its override is reached while the object still is of
-/// that class.
+/// `PrepareDestruct`, `Destruct`, `HSDK_UnMap`, and runs once an object. A class that overrides one of them
+/// or has properties calls `RunTeardown` in its own destructor, so that its overrides are reached while the
+/// object still is of that class. A class that adds properties carries class information of its own: the
+/// look-up cache refers to the properties' names and has to go with them.
 class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
  public:
   /// `name` is copied and may be null. `entity` is the host's own companion object, borrowed; it may be null.
@@ -37,10 +38,12 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   IObject* IQuery(unsigned long id, int reserved) override;
   RObject* GetHeldObject() override;
 
-  /// Releases the object: deletes a deletable one, else runs `Destruct` only. The argument is reserved.
+  /// Releases the object: deletes a deletable one, else runs `Destruct` only; nothing while the teardown
+  /// runs. The argument is reserved.
   virtual void Destroy(int reserved);
-  /// Gives back what the object holds. Called once by the teardown sequence, or by `Destroy` of an embedded
-  /// object.
+  /// Gives back what the object holds. Called once by the teardown sequence, and before that by each
+  /// `Destroy` of an embedded object, so that a second call finds nothing left to do. The base empties the
+  /// property list.
   virtual void Destruct();
 
   virtual int GetClassId() const;
@@ -53,7 +56,8 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   virtual int GetClassInstanceCount() const;
   /// Returns whether the object is of the class with that id or of one derived from it.
   virtual bool Is(int classId) const;
-  /// Returns the property with that name, borrowed, or null. Look-ups are cached for the class.
+  /// Returns the first property with that name, borrowed, or null. Look-ups are cached for the class; threads
+  /// may look up in different objects at the same time.
   virtual RProperty* FastFindPropertyByName(const char* name) const;
 
   const char* GetName() const { return mName.GetChars(); }
@@ -67,22 +71,29 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   /// Whether the teardown sequence has begun.
   bool IsTornDown() const { return mTornDown; }
 
-  /// Appends a property to the object's list; the object borrows it (it is a member of the derived object).
+  /// Appends a property to the object's list, taking it off the list it was on; nothing happens when it is on
+  /// this one. The object borrows it (it is a member of the derived object) until it is removed or destroyed.
   void PropertyAddToList(RProperty* property);
+  /// Takes a property off the list; nothing happens when it is not on it.
+  void PropertyRemoveFromList(RProperty* property);
   int GetPropertyCount() const { return static_cast<int>(mProperties.size()); }
   /// Returns property `index` in the order of adding, borrowed, or null when there is none.
   RProperty* GetProperty(int index) const;
 
-  /// Copies every property value of `source` through this object's setters, in list order, and once more each
-  /// value that a later setter changed, so that this object equals the source in every property that both
-  /// have.
+  /// Copies every property value of `source` through this object's setters, in list order, and again those
+  /// that a later setter changed, until this object equals the source in every property that both have, and
+  /// with its setters whatever follows them. A value that setters never leave alone is stored at last.
+  /// Properties of the same name but another type stay as they are; one of another class's description is
+  /// fitted to its own range.
   void TransferStaticPropertiesFrom(const RObject* source);
 
   /// Writes every property as one field of its name: an enumeration by number, a colour as three numbers.
-  void PropertiesStore(RArc* arc) const;
-  /// Sets every property that the record has a field for, through the setters, as
-  /// `TransferStaticPropertiesFrom` does. Returns false when a field does not hold a value of its property's
-  /// type; the others are set all the same.
+  /// Returns false when there is no record or one does not take a field.
+  bool PropertiesStore(RArc* arc) const;
+  /// Sets every property that the record has a field for, through the setters, in list order, and again those
+  /// that a later setter changed, until this object equals the record. Of values outside the range, or that
+  /// the record contradicts, what the ranges and setters make of them stands. Returns false when there is no
+  /// record or a field does not hold a value of its property's type; the others are set all the same.
   bool PropertiesRestore(const RArc* arc);
 
   /// Returns the handle under which the host's scripting side knows the object; assigned on first use,
@@ -106,9 +117,9 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
 
   /// Takes the object out of the host: its properties no longer run their setters.
   virtual void SystemDetach();
-  /// Marks the object as going.
+  /// Called while the object is still whole. The base lets go of the host's companion object.
   virtual void PrepareDestruct();
-  /// Runs the teardown sequence unless it has run.
+  /// Runs the teardown sequence unless it has begun.
   void RunTeardown();
 
  private:

@@ -1,9 +1,10 @@
 #include "rbaselib/RObjectRegistry.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <mutex>
+#include <utility>
+
+#include "rbaselib/internal/RText.h"
 
 namespace {
 
@@ -12,9 +13,25 @@ struct FactoryRegistry {
   std::vector<RObjectRegistration> registrations;
 };
 
+// Lives until the process ends: factories may still be asked for while other libraries' statics go.
 FactoryRegistry& Registry() {
   static FactoryRegistry& registry = *new FactoryRegistry;
   return registry;
+}
+
+bool IsFiledUnder(const RObjectRegistration& entry, std::string_view group, std::string_view name) {
+  return entry.group == group && RText::EqualsIgnoringCase(entry.name, name);
+}
+
+// Returns a registration without factory when there is none.
+RObjectRegistration FindEnabled(std::string_view group, std::string_view name) {
+  FactoryRegistry& registry = Registry();
+  const std::lock_guard lock(registry.mutex);
+  const auto& entries = registry.registrations;
+  const auto found = std::find_if(entries.begin(), entries.end(), [&](const auto& entry) {
+    return entry.enabled && IsFiledUnder(entry, group, name);
+  });
+  return found == entries.end() ? RObjectRegistration{} : *found;
 }
 
 }  // namespace
@@ -25,11 +42,11 @@ bool Object_Register(const char* group, const char* name, const char* type, RObj
   RObjectRegistration entry{group, name, type, factory, enabled, data, reserved};
   FactoryRegistry& registry = Registry();
   const std::lock_guard lock(registry.mutex);
-  const auto same =
-      std::find_if(registry.registrations.begin(), registry.registrations.end(),
-                   [&](const auto& other) { return other.group == entry.group && other.name == entry.name; });
-  if (same == registry.registrations.end())
-    registry.registrations.push_back(std::move(entry));
+  auto& entries = registry.registrations;
+  const auto same = std::find_if(entries.begin(), entries.end(),
+                                 [&](const auto& other) { return IsFiledUnder(other, group, name); });
+  if (same == entries.end())
+    entries.push_back(std::move(entry));
   else
     *same = std::move(entry);
   return true;
@@ -48,10 +65,6 @@ std::vector<RObjectRegistration> Object_GetRegistrations(const char* group) {
 IObject* Object_Create(const char* group, const char* name, IObject* parent) {
   if (!group || !name) return nullptr;
   // The factory runs outside the lock: it may register or create in its turn.
-  for (const auto& entry : Object_GetRegistrations(group)) {
-    if (entry.enabled && !strcasecmp(entry.name.c_str(), name)) {
-      return entry.factory(parent, entry.name.c_str(), entry.data);
-    }
-  }
-  return nullptr;
+  const RObjectRegistration entry = FindEnabled(group, name);
+  return entry.factory ? entry.factory(parent, entry.name.c_str(), entry.data) : nullptr;
 }

@@ -6,8 +6,8 @@
 
 #include "rbaselib/IObject.h"
 
-/// Makes an object; the caller owns the result. The arguments are the parent, the name and the factory's own
-/// data.
+/// Makes an object and returns its own face (`IQuery(0, 0)`), or null; the caller owns the object. The
+/// arguments are the parent, the name and the factory's own data.
 using RObjectFactory = IObject* (*)(IObject* parent, const char* name, void* data);
 
 /// One registration.
@@ -22,15 +22,15 @@ struct RBASELIB_API RObjectRegistration {
 };
 
 /// Files a factory under a group and a name. The strings are copied; none may be null. A second registration
-/// of the same group and name takes the place of the first in the order. A factory that is not `enabled` is
-/// listed but not chosen by `RStreamReadObject` or `Object_Create`. Returns false when a string or the
-/// factory is null.
+/// of the same group and name (compared without case) takes the place of the first in the order. A factory
+/// that is not `enabled` is listed but not chosen by `RStreamReadObject` or `Object_Create`. Returns false
+/// when a string or the factory is null.
 RBASELIB_API bool Object_Register(const char* group, const char* name, const char* type,
                                   RObjectFactory factory, bool enabled, void* data, void* reserved);
 
 /// Returns a copy of the registrations in their order; of one group only when `group` is not null.
 RBASELIB_API std::vector<RObjectRegistration> Object_GetRegistrations(const char* group = nullptr);
 
-/// Returns a new object from the enabled factory of that group and name (compared without case), which the
-/// caller owns, or null when there is none.
+/// Returns a new object from the first enabled factory of that group and name (compared without case), which
+/// the caller owns, or null when there is none.
 RBASELIB_API IObject* Object_Create(const char* group, const char* name, IObject* parent = nullptr);

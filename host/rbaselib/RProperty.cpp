@@ -1,47 +1,46 @@
 #include "rbaselib/RProperty.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
-#include <cstring>
+#include <limits>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 #include "rbaselib/RArc.h"
+#include "rbaselib/RObject.h"
+#include "rbaselib/internal/RText.h"
 
 namespace {
 
 // An enumeration's texts are found by asking for value after value; the host's longest has fewer than this.
 constexpr int kMaxEnumerationValues = 256;
 
-std::string NumberText(double value) {
-  std::array<char, 32> text;
-  return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
-}
+bool IsFinite(int) { return true; }
+bool IsFinite(double value) { return std::isfinite(value); }
 
+// Takes what people type: a plus sign may stand in front.
 template <class T>
 std::optional<T> ParseNumber(std::string_view text) {
+  if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
   T value{};
-  if (text.starts_with('+')) text.remove_prefix(1);
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  if (!RText::ToNumber(text, value) || !IsFinite(value)) return std::nullopt;
   return value;
 }
 
-bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [&](char x, char y) { return lower(x) == lower(y); });
+bool ReadFinite(const RArc& arc, const char* name, double& value, int index = 0) {
+  double read = 0;
+  if (!arc.FieldReadD(name, read, index) || !IsFinite(read)) return false;
+  value = read;
+  return true;
 }
 
 std::optional<bool> ParseBool(std::string_view text) {
   for (const char* yes : {"1", "true", "yes", "on"}) {
-    if (EqualsIgnoringCase(text, yes)) return true;
+    if (RText::EqualsIgnoringCase(text, yes)) return true;
   }
   for (const char* no : {"0", "false", "no", "off"}) {
-    if (EqualsIgnoringCase(text, no)) return false;
+    if (RText::EqualsIgnoringCase(text, no)) return false;
   }
   return std::nullopt;
 }
@@ -77,6 +76,13 @@ std::optional<RgeRGBVector> ParseColour(std::string_view text) {
   return colour;
 }
 
+// Brings a whole number to the nearest one within the range.
+int ClampWhole(int value, double minimum, double maximum) {
+  const double inside = std::min(std::max<double>(value, std::ceil(minimum)), std::floor(maximum));
+  return static_cast<int>(
+      std::clamp<double>(inside, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
 template <class T>
 std::optional<RPropertyValue> Wrap(const std::optional<T>& value) {
   return value ? std::optional<RPropertyValue>(*value) : std::nullopt;
@@ -85,7 +91,7 @@ std::optional<RPropertyValue> Wrap(const std::optional<T>& value) {
 std::optional<RPropertyValue> ParseEnumeration(const RProperty& property, std::string_view text) {
   for (int value = 0; value < kMaxEnumerationValues; ++value) {
     const char* name = property.GetEnumerationText(value);
-    if (name && EqualsIgnoringCase(name, text)) return value;
+    if (name && RText::EqualsIgnoringCase(name, text)) return value;
   }
   return Wrap(ParseNumber<int>(text));
 }
@@ -109,7 +115,9 @@ std::optional<RPropertyValue> ParseValue(const RProperty& property, RPropertyDat
 
 }  // namespace
 
-RProperty::~RProperty() = default;
+RProperty::~RProperty() {
+  if (mHolder) mHolder->PropertyRemoveFromList(this);
+}
 
 void RProperty::SetPropertyInfo(const RPropertyInfo* info, RObject* owner) {
   mInfo = info;
@@ -118,7 +126,7 @@ void RProperty::SetPropertyInfo(const RPropertyInfo* info, RObject* owner) {
 
 void RProperty::SetPropertyMinMax(double minimum, double maximum, bool minimumMovable, bool maximumMovable) {
   mMinimum = minimum;
-  mMaximum = maximum;
+  mMaximum = std::max(minimum, maximum);
   mMinimumMovable = minimumMovable;
   mMaximumMovable = maximumMovable;
   mHasRange = true;
@@ -133,7 +141,7 @@ RPropertyValue RProperty::Clamp(const RPropertyValue& value) const {
   // Written so that NaN fails the first comparison and becomes the minimum.
   const auto clamp = [this](double x) { return !(x > mMinimum) ? mMinimum : std::min(x, mMaximum); };
   if (const auto* number = std::get_if<double>(&value)) return clamp(*number);
-  if (const auto* number = std::get_if<int>(&value)) return static_cast<int>(clamp(*number));
+  if (const auto* number = std::get_if<int>(&value)) return ClampWhole(*number, mMinimum, mMaximum);
   if (const auto* colour = std::get_if<RgeRGBVector>(&value)) {
     return RgeRGBVector(clamp(colour->r), clamp(colour->g), clamp(colour->b));
   }
@@ -156,23 +164,33 @@ bool RProperty::ConvertToType(RPropertyValue& value) const {
   return false;
 }
 
-bool RProperty::SetValue(const RPropertyValue& value) {
-  RPropertyValue converted = value;
-  if (!ConvertToType(converted)) return false;
-  converted = Clamp(converted);
-  if (mOwner && mInfo && mInfo->setter)
-    mInfo->setter(mOwner, converted);
-  else
-    StoreValue(converted);
+bool RProperty::Fit(RPropertyValue& value) const {
+  if (!ConvertToType(value)) return false;
+  value = Clamp(value);
   return true;
+}
+
+bool RProperty::SetValue(const RPropertyValue& value) {
+  RPropertyValue fitting = value;
+  if (!Fit(fitting)) return false;
+  RunSetter(fitting);
+  return true;
+}
+
+void RProperty::RunSetter(const RPropertyValue& value) {
+  if (mOwner && mInfo && mInfo->setter)
+    mInfo->setter(mOwner, value);
+  else
+    (void)StoreValue(value);
 }
 
 std::string RProperty::GetText() const {
   const RPropertyValue value = GetValue();
   if (const auto* truth = std::get_if<bool>(&value)) return *truth ? "true" : "false";
-  if (const auto* number = std::get_if<double>(&value)) return NumberText(*number);
+  if (const auto* number = std::get_if<double>(&value)) return RText::FromNumber(*number);
   if (const auto* colour = std::get_if<RgeRGBVector>(&value)) {
-    return NumberText(colour->r) + ' ' + NumberText(colour->g) + ' ' + NumberText(colour->b);
+    return RText::FromNumber(colour->r) + ' ' + RText::FromNumber(colour->g) + ' ' +
+           RText::FromNumber(colour->b);
   }
   const int number = std::get<int>(value);
   const char* text = GetEnumerationText(number);
@@ -200,10 +218,10 @@ bool RProperty::ReadValue(const RArc& arc, RPropertyValue& value) const {
   bool good = false;
   if (auto* truth = std::get_if<bool>(&read)) good = arc.FieldReadB(GetName(), *truth);
   if (auto* number = std::get_if<int>(&read)) good = arc.FieldReadI(GetName(), *number);
-  if (auto* number = std::get_if<double>(&read)) good = arc.FieldReadD(GetName(), *number);
+  if (auto* number = std::get_if<double>(&read)) good = ReadFinite(arc, GetName(), *number);
   if (auto* colour = std::get_if<RgeRGBVector>(&read)) {
-    good = arc.FieldReadD(GetName(), colour->r, 0) && arc.FieldReadD(GetName(), colour->g, 1) &&
-           arc.FieldReadD(GetName(), colour->b, 2);
+    good = true;
+    for (int i = 0; i < 3; ++i) good = good && ReadFinite(arc, GetName(), (*colour)[i], i);
   }
   if (good) value = read;
   return good;

@@ -1,6 +1,7 @@
 // What all objects of a class know about one of their properties.
 #pragma once
 
+#include <type_traits>
 #include <variant>
 
 #include "rbaselib/RBaseLibExport.h"
@@ -40,13 +41,16 @@ struct SetterTraits;
 template <class Owner, class Value>
 struct SetterTraits<void (Owner::*)(Value)> {
   using OwnerType = Owner;
-  using ValueType = Value;
+  using ValueType = std::remove_cvref_t<Value>;
 };
 }  // namespace RPropertyDetail
 
-/// Wraps a virtual setter, as in `RPropertySetter<&RImOpCC::GammaSet>`, for `RPropertyInfo::setter`.
+/// Wraps a virtual setter, as in `RPropertySetter<&RImOpCC::GammaSet>`, for `RPropertyInfo::setter`. A value
+/// of another type than the setter's does not reach it.
 template <auto kSetter>
 void RPropertySetter(RObject* owner, const RPropertyValue& value) {
   using Traits = RPropertyDetail::SetterTraits<decltype(kSetter)>;
-  (static_cast<typename Traits::OwnerType*>(owner)->*kSetter)(std::get<typename Traits::ValueType>(value));
+  if (const auto* typed = std::get_if<typename Traits::ValueType>(&value)) {
+    (static_cast<typename Traits::OwnerType*>(owner)->*kSetter)(*typed);
+  }
 }

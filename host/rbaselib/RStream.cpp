@@ -7,17 +7,6 @@
 #include "rbaselib/RMessageHandler.h"
 #include "rbaselib/RObjectRegistry.h"
 
-const char* const RStream::ClassName = "RStream";
-int RStream::ClassId = 0;
-const int RStream::ClassSize = sizeof(RStream);
-int RStream::ClassInstanceCount = 0;
-RClassDefinition RStream::ClassDefinition(RStream::ClassId, RStream::ClassName, &RObject::ClassDefinition);
-RPropertyHashMap RStream::PropertyHashMap;
-
-namespace {
-[[maybe_unused]] const int kRegistered = RStream::ClassDefinition.RegisterClassId();
-}
-
 RStream::RStream() : RObject(nullptr, nullptr) { ++std::atomic_ref(ClassInstanceCount); }
 
 RStream::~RStream() {
@@ -35,6 +24,7 @@ void RStream::SetFileName(const char* name) {
 
 void RStream::Destruct() {
   mObject = nullptr;
+  SetFileName(nullptr);
   RObject::Destruct();
 }
 
@@ -44,7 +34,7 @@ const RClassDefinition* RStream::GetClassDefinition() const { return &ClassDefin
 int RStream::GetClassGroupId() const { return 1; }
 const char* RStream::GetClassGroupName() const { return "Stream"; }
 int RStream::GetClassSize() const { return ClassSize; }
-int RStream::GetClassInstanceCount() const { return ClassInstanceCount; }
+int RStream::GetClassInstanceCount() const { return std::atomic_ref(ClassInstanceCount); }
 bool RStream::Is(int classId) const { return classId == ClassId || RObject::Is(classId); }
 RProperty* RStream::FastFindPropertyByName(const char* name) const {
   return RObject::FastFindPropertyByName(name, PropertyHashMap);
@@ -65,6 +55,19 @@ RStream* CreateStream(const char* group, const char* extension) {
   return stream;
 }
 
+// Returns what the reader read, or null; what a failed reader left attached is nobody else's. The stream
+// goes.
+RObject* ReadAndDestroy(RStream* stream, const char* path, RStreamOptions* options) {
+  stream->SetFileName(path);
+  const bool opened = stream->StreamOpen(options);
+  RObject* object = stream->GetObject();
+  stream->SetObject(nullptr);
+  stream->Destroy(0);
+  if (opened) return object;
+  if (object) object->Destroy(0);
+  return nullptr;
+}
+
 }  // namespace
 
 RObject* RStreamReadObject(const char* path, RStreamOptions* options, const char* group, bool showMessages) {
@@ -74,13 +77,7 @@ RObject* RStreamReadObject(const char* path, RStreamOptions* options, const char
     Warn(showMessages, path, "no reader is registered for this file's extension");
     return nullptr;
   }
-  stream->SetFileName(path);
-  const bool opened = stream->StreamOpen(options);
-  RObject* object = stream->GetObject();
-  stream->SetObject(nullptr);
-  stream->Destroy(0);
-  if (opened) return object;
-  if (object) object->Destroy(0);
-  Warn(showMessages, path, "the file could not be read");
-  return nullptr;
+  RObject* object = ReadAndDestroy(stream, path, options);
+  if (!object) Warn(showMessages, path, "the file could not be read");
+  return object;
 }

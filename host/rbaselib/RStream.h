@@ -54,7 +54,8 @@ class RBASELIB_API RStream : public RObject {
 ///
 /// The reader is the enabled factory of `group` whose name equals the text after the path's last dot,
 /// compared without case. The stream gets the path, is opened with `options` (which may be null) and is
-/// always destroyed. Returns null when there is no such reader or it fails; what a failed reader left
-/// attached is destroyed. With `showMessages` a failure is also shown through the main message handler.
+/// always destroyed. Returns null when there is no such reader, it fails or leaves nothing attached; what a
+/// failed reader left attached is destroyed. With `showMessages` a failure is also shown through the main
+/// message handler.
 RBASELIB_API RObject* RStreamReadObject(const char* path, RStreamOptions* options, const char* group,
                                         bool showMessages);

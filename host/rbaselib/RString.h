@@ -1,9 +1,8 @@
 // The host's narrow string.
 #pragma once
 
-#include <cstring>
 #include <string>
-#include <string_view>
+#include <utility>
 
 #include "rbaselib/RBaseLibExport.h"
 
@@ -11,21 +10,22 @@
 class RBASELIB_API RString {
  public:
   RString() = default;
-  RString(const char* text)
-      : mText(text ? text : "") {}  // NOLINT(google-explicit-constructor): host contract
+  // NOLINTNEXTLINE(google-explicit-constructor): the host's functions take texts where a string is asked for.
+  RString(const char* text) : mText(text ? text : "") {}
   explicit RString(std::string text) : mText(std::move(text)) {}
 
   /// Returns the characters, terminated by zero; borrowed until the string changes. Never null.
   const char* GetChars() const { return mText.c_str(); }
-  operator const char*() const {
-    return mText.c_str();
-  }  // NOLINT(google-explicit-constructor): host contract
+  // NOLINTNEXTLINE(google-explicit-constructor): the host's functions take strings where a text is asked for.
+  operator const char*() const { return mText.c_str(); }
 
+  /// Returns the number of bytes.
   int GetLength() const { return static_cast<int>(mText.size()); }
   bool IsEmpty() const { return mText.empty(); }
   void Empty() { mText.clear(); }
 
   friend bool operator==(const RString& a, const RString& b) { return a.mText == b.mText; }
+  /// A null pointer is no string, and so equal to none.
   friend bool operator==(const RString& a, const char* b) { return b && a.mText == b; }
   friend bool operator<(const RString& a, const RString& b) { return a.mText < b.mText; }
 
