@@ -26,7 +26,7 @@ RArrayHelper::Header* CopyWithCapacity(const RArrayHelper::Header* array, std::i
 
 std::int32_t RArrayHelper::GetNextArraySize(std::int32_t capacity, std::int32_t needed) {
   const std::int64_t grown = std::int64_t{capacity} + capacity / 2;
-  const std::int64_t wanted = std::max<std::int64_t>({grown, needed, 4});
+  const auto wanted = std::max<std::int64_t>({grown, needed, 4});
   return static_cast<std::int32_t>(std::min<std::int64_t>(wanted, std::numeric_limits<std::int32_t>::max()));
 }
 

@@ -28,7 +28,7 @@ auto Uninterrupted(Call call) {
 std::optional<int> OpenFlags(std::string_view mode) {
   if (mode.empty()) return std::nullopt;
   const std::string_view options = mode.substr(1);
-  if (options != "" && options != "b" && options != "+" && options != "+b" && options != "b+") {
+  if (!options.empty() && options != "b" && options != "+" && options != "+b" && options != "b+") {
     return std::nullopt;
   }
   const bool update = options.find('+') != std::string_view::npos;

@@ -36,6 +36,7 @@ class RMap {
     using value_type = T;
     NodeAllocator() = default;
     template <class U>
+    // NOLINTNEXTLINE(google-explicit-constructor): containers convert their allocators without asking.
     NodeAllocator(const NodeAllocator<U>&) {}
     T* allocate(std::size_t count) {
       if (count > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_array_new_length();

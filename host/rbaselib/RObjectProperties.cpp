@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <mutex>
+#include <utility>
 
 #include "rbaselib/RArc.h"
 #include "rbaselib/RObject.h"
@@ -21,7 +22,7 @@ std::mutex& CacheMutex() {
 int FindIndex(const RPropertyHashMap& cache, const char* name) {
   const std::lock_guard lock(CacheMutex());
   const long long* index = cache.Find(name);
-  return index ? static_cast<int>(*index) : -1;
+  return index && std::in_range<int>(*index) ? static_cast<int>(*index) : -1;
 }
 
 void CacheIndex(RPropertyHashMap& cache, const char* staticName, int index) {
@@ -126,7 +127,7 @@ void RObject::TransferStaticPropertiesFrom(const RObject* source) {
     if (!ours) continue;
     Assignment assignment{ours, theirs->GetValue(), ours->GetInfo() == theirs->GetInfo()};
     // A value that a setter stored past the range in an object of the class must get past it here as well.
-    if (assignment.isProven || ours->Fit(assignment.value)) assignments.push_back(std::move(assignment));
+    if (assignment.isProven || ours->Fit(assignment.value)) assignments.push_back(assignment);
   }
   Assign(assignments);
 }
@@ -153,7 +154,7 @@ bool RObject::PropertiesRestore(const RArc* arc) {
     if (!arc->HasField(property->GetName())) continue;
     RPropertyValue value = property->GetValue();
     const bool read = property->ReadValue(*arc, value) && property->Fit(value);
-    if (read) assignments.push_back({property, std::move(value), false});
+    if (read) assignments.push_back({property, value, false});
     allRead = allRead && read;
   }
   Assign(assignments);

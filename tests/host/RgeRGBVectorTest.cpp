@@ -44,7 +44,7 @@ TEST(RgeRGBVector, ComparesComponentByComponent) {
 
 TEST(RgeRGBVector, HoldsThreeDoublesInARow) {
   static_assert(sizeof(RgeRGBVector) == 3 * sizeof(double));
-  const RgeRGBVector colour(1, 2, 3);
+  RgeRGBVector colour(1, 2, 3);
   EXPECT_EQ(&colour[1], &colour.r + 1);
   EXPECT_EQ(&colour[2], &colour.r + 2);
 }
