@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "dds/BlockReference.h"
+#include "dds/blocks/BlockKernels.h"
 #include "support/BitWriter.h"
 
 namespace {
@@ -50,11 +51,11 @@ std::string FormatName(const testing::TestParamInfo<kBlockFormat>& info) { retur
 class BlockFormatTest : public testing::TestWithParam<kBlockFormat> {};
 
 TEST_P(BlockFormatTest, BothInstructionSetsGiveTheSameBytes) {
-  const rblocks::DecodeStrip fast = rblocks::kAvx2Strips[static_cast<std::size_t>(GetParam())];
-  const rblocks::DecodeStrip portable = rblocks::kPortableStrips[static_cast<std::size_t>(GetParam())];
+  const auto index = static_cast<std::size_t>(GetParam());
+  const rblocks::DecodeStrip portable = rblocks::kPortable.decode[index];
   ASSERT_NE(portable, nullptr);
-  if (!fast || !__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi2"))
-    GTEST_SKIP() << "no AVX2 here";
+  if (!rblocks::HasAvx2()) GTEST_SKIP() << "no AVX2 here";
+  const rblocks::DecodeStrip fast = rblocks::kAvx2.decode[index];
   constexpr int kCount = 20000;
   const Bytes blocks = RandomBytes(kCount * BlockBytes(GetParam()), 11);
   const std::size_t stride = 4 * kCount * PixelBytes(GetParam());

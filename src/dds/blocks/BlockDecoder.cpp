@@ -3,20 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "dds/blocks/BlockKernels.h"
+
 namespace {
-
-bool HasAvx2() {
-#if defined(__x86_64__)
-  return rblocks::kAvx2Strips[0] && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2");
-#else
-  return false;
-#endif
-}
-
-rblocks::DecodeStrip StripOf(kBlockFormat format) {
-  static const rblocks::StripTable& strips = HasAvx2() ? rblocks::kAvx2Strips : rblocks::kPortableStrips;
-  return strips[static_cast<std::size_t>(format)];
-}
 
 // Sixteen pixels of four floats.
 constexpr std::size_t kLargestTile = 256;
@@ -43,7 +32,8 @@ void DecodeBlockRow(kBlockFormat format, std::span<const unsigned char> blocks, 
 void RDecodeBlocks(kBlockFormat format, std::span<const unsigned char> blocks, unsigned char* pixels,
                    std::size_t stride) {
   const auto blockBytes = static_cast<std::size_t>(RSizeOf(format).blockBytes);
-  StripOf(format)(blocks.data(), static_cast<int>(blocks.size() / blockBytes), pixels, stride);
+  rblocks::Best().decode[static_cast<std::size_t>(format)](
+      blocks.data(), static_cast<int>(blocks.size() / blockBytes), pixels, stride);
 }
 
 bool RDecodeBlockImage(kBlockFormat format, std::span<const unsigned char> blocks, int width, int height,

@@ -1,6 +1,7 @@
 // Decoding of block-compressed pictures on the processor.
 #pragma once
 
+#include <cstddef>
 #include <span>
 
 #include "dds/blocks/BlockFormat.h"
@@ -23,17 +24,3 @@ RIMAGE_API void RDecodeBlocks(kBlockFormat format, std::span<const unsigned char
 /// holds fewer bytes than `RBlockGridBytes`.
 [[nodiscard]] RIMAGE_API bool RDecodeBlockImage(kBlockFormat format, std::span<const unsigned char> blocks,
                                                 int width, int height, unsigned char* pixels);
-
-namespace rblocks {
-
-/// Decodes `count` blocks that lie side by side.
-using DecodeStrip = void (*)(const unsigned char* blocks, int count, unsigned char* pixels,
-                             std::size_t stride);
-using StripTable = std::array<DecodeStrip, kBlockSizes.size()>;
-
-// The same decoders built for any processor and for AVX2; one entry a layout. The second is null on
-// processors of another family. Both give the same bytes; tests compare them.
-extern RIMAGE_API const StripTable kPortableStrips;
-extern RIMAGE_API const StripTable kAvx2Strips;
-
-}  // namespace rblocks

@@ -1,6 +1,6 @@
-// The block decoders for x86-64 processors with AVX2 and BMI2. This file is compiled for those, so nothing in
+// The block kernels for x86-64 processors with AVX2 and BMI2. This file is compiled for those, so nothing in
 // it may run, or be shared with other files, without a check of the processor.
-#include "dds/blocks/BlockStrips.h"
+#include "dds/blocks/BlockLoops.h"
 
 #if defined(__AVX2__)
 
@@ -74,10 +74,10 @@ struct Avx2Ops {
 
 }  // namespace
 
-constexpr rblocks::StripTable rblocks::kAvx2Strips = kStripsWith<Avx2Ops>;
+constexpr rblocks::Kernels rblocks::kAvx2 = kKernelsWith<Avx2Ops>;
 
 #else
 
-constexpr rblocks::StripTable rblocks::kAvx2Strips = {};
+constexpr rblocks::Kernels rblocks::kAvx2 = {};
 
 #endif

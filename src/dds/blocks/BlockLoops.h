@@ -3,7 +3,8 @@
 
 #include "dds/blocks/Bc6hBlock.h"
 #include "dds/blocks/Bc7Block.h"
-#include "dds/blocks/BlockDecoder.h"
+#include "dds/blocks/BlockFlips.h"
+#include "dds/blocks/BlockKernels.h"
 #include "dds/blocks/S3tcBlocks.h"
 
 namespace {  // NOLINT(google-build-namespaces): each instruction set has its own copy
@@ -20,23 +21,34 @@ void DecodeBlockStrip(const unsigned char* blocks, int count, unsigned char* pix
   }
 }
 
-/// The decoders on top of `Ops`, the operations that an instruction set does its own way:
+/// All kernels on top of `Ops`, the operations that an instruction set does its own way:
 /// - PickOfFour: sets pixel i to the palette entry that bits 2i, 2i + 1 name;
 /// - AddPickOfEight: or-s into pixel i the palette entry that bits 3i to 3i + 2 name;
 /// - LookUp: sets factor i to the table entry that byte i of the indices names;
 /// - Interpolate: BC7's pixels from endpoints and factors.
 template <class Ops>
-constexpr rblocks::StripTable kStripsWith = {
-    DecodeBlockStrip<Bc1Block<Ops>>,
-    DecodeBlockStrip<Bc2Block<Ops>>,
-    DecodeBlockStrip<Bc3Block<Ops>>,
-    DecodeBlockStrip<Bc4Block<Ops, UnsignedChannel>>,
-    DecodeBlockStrip<Bc4Block<Ops, SignedChannel>>,
-    DecodeBlockStrip<Bc5Block<Ops, UnsignedChannel>>,
-    DecodeBlockStrip<Bc5Block<Ops, SignedChannel>>,
-    DecodeBlockStrip<Bc6hBlock<Ops, false>>,
-    DecodeBlockStrip<Bc6hBlock<Ops, true>>,
-    DecodeBlockStrip<Bc7Block<Ops>>,
+constexpr rblocks::Kernels kKernelsWith = {
+    {
+        DecodeBlockStrip<Bc1Block<Ops>>,
+        DecodeBlockStrip<Bc2Block<Ops>>,
+        DecodeBlockStrip<Bc3Block<Ops>>,
+        DecodeBlockStrip<Bc4Block<Ops, UnsignedChannel>>,
+        DecodeBlockStrip<Bc4Block<Ops, SignedChannel>>,
+        DecodeBlockStrip<Bc5Block<Ops, UnsignedChannel>>,
+        DecodeBlockStrip<Bc5Block<Ops, SignedChannel>>,
+        DecodeBlockStrip<Bc6hBlock<Ops, false>>,
+        DecodeBlockStrip<Bc6hBlock<Ops, true>>,
+        DecodeBlockStrip<Bc7Block<Ops>>,
+    },
+    {
+        FlipBlockStrip<ColourRows>,
+        FlipBlockStrip<AlphaRows, ColourRows>,
+        FlipBlockStrip<ChannelRows, ColourRows>,
+        FlipBlockStrip<ChannelRows>,
+        FlipBlockStrip<ChannelRows>,
+        FlipBlockStrip<ChannelRows, ChannelRows>,
+        FlipBlockStrip<ChannelRows, ChannelRows>,
+    },
 };
 
 }  // namespace

@@ -1,7 +1,7 @@
-// The block decoders for any processor.
+// The block kernels for any processor.
 #include <cstddef>
 
-#include "dds/blocks/BlockStrips.h"
+#include "dds/blocks/BlockLoops.h"
 
 namespace {
 
@@ -38,4 +38,4 @@ struct PortableOps {
 
 }  // namespace
 
-constexpr rblocks::StripTable rblocks::kPortableStrips = kStripsWith<PortableOps>;
+constexpr rblocks::Kernels rblocks::kPortable = kKernelsWith<PortableOps>;
