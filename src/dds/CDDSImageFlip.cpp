@@ -64,23 +64,28 @@ void CDDSImage::FlipRows(char* image, int height, int depth, int size) {
   }
 }
 
+char* CDDSImage::Scratch::Get(int size) {
+  if (size > mCapacity) {
+    mBytes.reset();  // before the larger one is made
+    mBytes = RAllocatePixels(static_cast<std::uint64_t>(size));
+    mCapacity = mBytes ? size : 0;
+  }
+  return reinterpret_cast<char*>(mBytes.get());
+}
+
 void CDDSImage::swap(void* a, void* b, int size) {
   if (size < 1) return;
-  if (size > mScratch.capacity) {
-    mScratch.bytes.reset();  // before the larger one is made
-    mScratch.bytes = RAllocatePixels(static_cast<std::uint64_t>(size));
-    mScratch.capacity = mScratch.bytes ? size : 0;
-  }
   auto* first = static_cast<char*>(a);
   auto* second = static_cast<char*>(b);
   const auto bytes = static_cast<std::size_t>(size);
-  if (mScratch.capacity < size) {
+  char* scratch = mScratch.Get(size);
+  if (!scratch) {
     std::swap_ranges(first, first + bytes, second);
     return;
   }
-  std::memcpy(mScratch.bytes.get(), first, bytes);
+  std::memcpy(scratch, first, bytes);
   std::memcpy(first, second, bytes);
-  std::memcpy(second, mScratch.bytes.get(), bytes);
+  std::memcpy(second, scratch, bytes);
 }
 
 void CDDSImage::flip_blocks_dxtc1(DXTColBlock* line, int numBlocks) {

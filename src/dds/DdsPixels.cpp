@@ -44,24 +44,25 @@ class BitField {
  public:
   BitField() = default;
   /// Without a mask every word gives `absent`.
-  BitField(std::uint32_t mask, unsigned char absent) : mMask(mask) {
+  BitField(std::uint32_t mask, unsigned char absent) : mMask(mask), mBytes(1, absent) {
+    if (mask == 0) return;
     constexpr int kMostBits = 16;
-    const int lowest = mask ? std::countr_zero(mask) : 0;
-    const int width = std::bit_width(mask >> lowest);
+    const int lowest = std::countr_zero(mask);
+    const auto width = static_cast<int>(std::bit_width(mask >> lowest));
     mShift = lowest + std::max(width - kMostBits, 0);
-    const std::size_t largest = (std::size_t{1} << std::min(width, kMostBits)) - 1;
-    mBytes.resize(largest + 1, absent);
-    if (largest == 0xFFFF) {
-      for (std::size_t i = 0; i <= largest; ++i) mBytes[i] = static_cast<unsigned char>(i >> 8);
-    } else {
-      for (std::size_t i = 0; i <= largest && largest > 0; ++i)
-        mBytes[i] = static_cast<unsigned char>((2 * 255 * i + largest) / (2 * largest));
-    }
+    mBytes.resize(std::size_t{1} << std::min(width, kMostBits));
+    for (std::size_t i = 0; i < mBytes.size(); ++i) mBytes[i] = ByteOf(i, mBytes.size() - 1);
   }
 
   unsigned char Of(std::uint32_t word) const { return mBytes[(word & mMask) >> mShift]; }
 
  private:
+  static unsigned char ByteOf(std::size_t value, std::size_t largest) {
+    const bool keepsHighByte = largest == 0xFFFF;
+    const std::size_t byte = keepsHighByte ? value >> 8 : (510 * value + largest) / (2 * largest);
+    return static_cast<unsigned char>(byte);
+  }
+
   std::uint32_t mMask = 0;
   int mShift = 0;
   std::vector<unsigned char> mBytes;

@@ -98,7 +98,7 @@ RPixelBuffer TddsReader::ReadSlice(const char* path, std::int64_t offset, int wi
 
 void TddsReader::MakePlaceholder() {
   constexpr int kSide = 64;
-  constexpr std::size_t kBytes = kSide * kSide * 4;
+  constexpr std::size_t kBytes = std::size_t{kSide} * kSide * 4;
   mIsPlaceholder = true;
   mWidth = mHeight = kSide;
   mChannels = 4;

@@ -47,12 +47,8 @@ class RIMAGE_API CSurface {
   virtual ~CSurface() = default;
 
   /// Returns the pixels, borrowed until the surface changes; null for an empty surface.
-  operator char*() {
-    return reinterpret_cast<char*>(mPixels.get());
-  }                               // NOLINT(google-explicit-constructor): host contract
-  operator const char*() const {  // NOLINT(google-explicit-constructor): host contract
-    return reinterpret_cast<const char*>(mPixels.get());
-  }
+  operator char*() { return Bytes(); }              // NOLINT(google-explicit-constructor): host contract
+  operator const char*() const { return Bytes(); }  // NOLINT(google-explicit-constructor): host contract
 
   /// Frees the pixels and makes `imgsize` bytes of zeros. Returns false, leaving an empty surface, when
   /// `imgsize` is negative or memory runs out.
@@ -73,6 +69,8 @@ class RIMAGE_API CSurface {
   int get_maxDimension() const;
 
  private:
+  char* Bytes() const { return reinterpret_cast<char*>(mPixels.get()); }
+
   int mWidth = 0;
   int mHeight = 0;
   int mDepth = 0;
@@ -194,15 +192,23 @@ class RIMAGE_API CDDSImage {
   std::vector<CTexture> mImages;
 
   /// Holds a row while two are exchanged; it only grows, and copies of the image start without.
-  struct Scratch {
+  class Scratch {
+   public:
     Scratch() = default;
     Scratch(const Scratch& /*other*/) {}
-    Scratch& operator=(const Scratch& /*other*/) { return *this; }
+    Scratch& operator=(const Scratch& /*other*/) {
+      return *this;
+    }  // NOLINT(bugprone-unhandled-self-assignment)
     ~Scratch() = default;
 
-    RPixelBuffer bytes;
-    int capacity = 0;
-  } mScratch;
+    /// Returns at least `size` bytes, or null when memory runs out.
+    char* Get(int size);
+
+   private:
+    RPixelBuffer mBytes;
+    int mCapacity = 0;
+  };
+  Scratch mScratch;
 };
 
 }  // namespace nv_dds
