@@ -1,21 +1,53 @@
-# Installation: libraries, headers, the package for find_package(rimage), pkg-config, the command-line host.
+# Installation, in three components: host (the embedded host's libraries and headers), module (the module, its public
+# headers, the packages for find_package(rimage) and pkg-config) and tools (the command-line host). The installed tree
+# may be moved; a real host stays where it was found.
 include(CMakePackageConfigHelpers)
 
 set(rimage_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/rimage)
-set(rimage_libraries rimage)
+set(rimage_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/rimage)
+set(rimage_pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH rimage_lib_from_bin ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+file(RELATIVE_PATH rimage_prefix_from_pkgconfig
+  ${CMAKE_INSTALL_PREFIX}/${rimage_pkgconfig_dir} ${CMAKE_INSTALL_PREFIX})
+
+# Libraries stand side by side, and programs find them from their own folder.
+set(rimage_lib_rpath "$ORIGIN")
+set(rimage_bin_rpath "$ORIGIN/${rimage_lib_from_bin}")
+
 if(RIMAGE_HOST STREQUAL "embedded")
-  list(APPEND rimage_libraries rbaselib rgl)
-  install(DIRECTORY host/rbaselib host/rgl DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+  set(rimage_host_libdir "\${libdir}")
+  set(rimage_host_includedir "\${includedir}")
+  foreach(library IN LISTS RIMAGE_HOST_LIBRARIES)
+    set_target_properties(${library} PROPERTIES INSTALL_RPATH "${rimage_lib_rpath}")
+    install(TARGETS ${library} EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host)
+    install(DIRECTORY host/${library} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT host
+      FILES_MATCHING PATTERN "*.h" PATTERN internal EXCLUDE)
+  endforeach()
+else()
+  cmake_path(GET RHost_rbaselib_LIBRARY PARENT_PATH rimage_host_libdir)
+  set(rimage_host_includedir ${RHost_rbaselib_INCLUDE_DIR})
+  list(APPEND rimage_lib_rpath ${rimage_host_libdir})
+  list(APPEND rimage_bin_rpath ${rimage_host_libdir})
+  install(FILES cmake/FindRHost.cmake DESTINATION ${rimage_package_dir} COMPONENT module)
 endif()
-install(TARGETS ${rimage_libraries} EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rimage FILES_MATCHING PATTERN "*.h")
-install(EXPORT rimageTargets NAMESPACE rimage:: DESTINATION ${rimage_package_dir})
 
-configure_package_config_file(cmake/rimageConfig.cmake.in ${CMAKE_BINARY_DIR}/rimageConfig.cmake
-  INSTALL_DESTINATION ${rimage_package_dir})
-write_basic_package_version_file(${CMAKE_BINARY_DIR}/rimageConfigVersion.cmake COMPATIBILITY SameMinorVersion)
-install(FILES ${CMAKE_BINARY_DIR}/rimageConfig.cmake ${CMAKE_BINARY_DIR}/rimageConfigVersion.cmake
-  DESTINATION ${rimage_package_dir})
+set_target_properties(rimage PROPERTIES INSTALL_RPATH "${rimage_lib_rpath}")
+install(TARGETS rimage EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT module)
+install(CODE "
+  set(RIMAGE_HEADERS_FROM [[${PROJECT_SOURCE_DIR}/src]])
+  set(RIMAGE_HEADERS_TO [[${rimage_include_dir}]])" COMPONENT module)
+install(SCRIPT ${CMAKE_CURRENT_LIST_DIR}/RimageInstallHeaders.cmake COMPONENT module)
 
-configure_file(cmake/rimage.pc.in ${CMAKE_BINARY_DIR}/rimage.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/rimage.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(EXPORT rimageTargets NAMESPACE rimage:: DESTINATION ${rimage_package_dir} COMPONENT module)
+configure_package_config_file(cmake/rimageConfig.cmake.in ${PROJECT_BINARY_DIR}/rimageConfig.cmake
+  INSTALL_DESTINATION ${rimage_package_dir} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/rimageConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/rimageConfig.cmake ${PROJECT_BINARY_DIR}/rimageConfigVersion.cmake
+  DESTINATION ${rimage_package_dir} COMPONENT module)
+
+configure_file(cmake/rimage.pc.in ${PROJECT_BINARY_DIR}/rimage.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/rimage.pc DESTINATION ${rimage_pkgconfig_dir} COMPONENT module)
+
+if(TARGET rimage_tool)
+  set_target_properties(rimage_tool PROPERTIES INSTALL_RPATH "${rimage_bin_rpath}")
+endif()

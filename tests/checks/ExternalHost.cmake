@@ -1,0 +1,27 @@
+# Builds the module with a host that is not its own: the embedded host is installed alone, stands in for a real one, and
+# a program is built against the module that was built with it.
+#
+#   SOURCE, BUILD       folders of the project and of its build, which has been built
+#   WORK                folder for everything that is made here; emptied first
+#   GENERATOR, COMPILER, FLAGS      as in the build
+cmake_policy(VERSION 3.25)
+include(${CMAKE_CURRENT_LIST_DIR}/ConsumerSteps.cmake)
+
+file(REMOVE_RECURSE ${WORK})
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/host --component host)
+if(EXISTS ${WORK}/host/include/rimage OR EXISTS ${WORK}/host/bin)
+  message(FATAL_ERROR "the host's component holds more than the host")
+endif()
+
+run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -G ${GENERATOR} -DCMAKE_BUILD_TYPE=Debug
+  -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_FLAGS=${FLAGS} -DCMAKE_CXX_FLAGS_DEBUG=-O0
+  -DRIMAGE_HOST=external -DRHost_ROOT=${WORK}/host -DRIMAGE_BUILD_TOOLS=OFF -DRIMAGE_BUILD_TESTS=OFF)
+run(${CMAKE_COMMAND} --build ${WORK}/build)
+file(GLOB libraries RELATIVE ${WORK}/build/lib ${WORK}/build/lib/*.so)
+if(NOT libraries STREQUAL "librimage.so")
+  message(FATAL_ERROR "built ${libraries} instead of the module alone")
+endif()
+
+run(${CMAKE_COMMAND} --install ${WORK}/build --prefix ${WORK}/prefix)
+build_consumer(${WORK}/prefix ${WORK}/consumer -DRHost_ROOT=${WORK}/host)
+run_consumer(${WORK}/consumer)
