@@ -82,6 +82,8 @@ std::string ExtensionOf(const std::string& path) {
   return extension;
 }
 
+std::string PlainPath(const std::string& path) { return path.starts_with(':') ? "./" + path : path; }
+
 std::vector<StreamEntry> ListStreams(const char* group) {
   const bool reading = std::string_view(group) == kReaderGroup;
   const auto qtFormats =

@@ -26,6 +26,10 @@ enum class TargetAlpha {
 /// Returns the text after the last dot of the file's name in lower case; empty when there is none.
 std::string ExtensionOf(const std::string& path);
 
+/// Returns the path in a form that Qt takes as a path: it would look for a name that starts with a colon
+/// inside the program.
+std::string PlainPath(const std::string& path);
+
 /// Returns the registered readers (or writers) in the order of their registration.
 std::vector<StreamEntry> ListStreams(const char* group);
 /// Returns the extensions that have no registered writer but that the module writes through Qt.

@@ -1,22 +1,26 @@
 #include "Host.h"
 
 #include <QGuiApplication>
-#include <utility>
+#include <cstdio>
 
+#include "Failure.h"
+#include "HeldMessages.h"
 #include "module/EntryPointrimage.h"
 
 namespace {
 
-std::vector<std::string> gMessages;
-
-void KeepMessage(QtMsgType, const QMessageLogContext&, const QString& text) {
-  gMessages.push_back(text.trimmed().toStdString());
+// Messages about files are held back and told with the file's name; other remarks of Qt are no concern of the
+// user.
+void ShowMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
+  const std::string line = Printable(text.trimmed().toStdString());
+  if (type == QtFatalMsg) ShowNote("Qt", line);
+  if (HeldMessages::IsHolding()) (void)std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 }  // namespace
 
 Host::Host(char* program) : mArguments{program, nullptr} {
-  qInstallMessageHandler(KeepMessage);
+  qInstallMessageHandler(ShowMessage);
   EntryPointrimage(kDllStart);
 }
 
@@ -27,5 +31,3 @@ void Host::StartGui() {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   mGui = std::make_unique<QGuiApplication>(mArgumentCount, mArguments);
 }
-
-std::vector<std::string> Host::TakeMessages() { return std::exchange(gMessages, {}); }

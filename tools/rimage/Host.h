@@ -2,8 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
-#include <vector>
 
 class QGuiApplication;
 
@@ -20,9 +18,6 @@ class Host {
   /// Starts the GUI application unless it runs. Without QT_QPA_PLATFORM in the environment no display is
   /// used.
   void StartGui();
-
-  /// Returns what Qt's decoders and encoders said since the last call, and forgets it.
-  static std::vector<std::string> TakeMessages();
 
  private:
   int mArgumentCount = 1;

@@ -1,6 +1,7 @@
 #include "OutputFile.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -120,7 +121,7 @@ bool Synchronise(int file) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& target) : mName(target), mTarget(FollowLinks(target)) {
+OutputFile::OutputFile(const std::string& target) : mName(target), mTarget(PlainPath(FollowLinks(target))) {
   CheckTarget(mName, mTarget);
   const std::string suffix = '.' + ExtensionOf(mName);
   const std::string folder = FolderOf(mTarget);
@@ -129,9 +130,11 @@ OutputFile::OutputFile(const std::string& target) : mName(target), mTarget(Follo
   const InterruptionsHeld held;
   const int file = mkstemps(pattern.data(), static_cast<int>(suffix.size()));
   if (file < 0) {
-    if (errno == ENOENT)
-      Fail(mName, "the folder '" + Printable(folder) + "' does not exist", "create it first");
-    Fail(mName, ErrorText(errno));
+    const int error = errno;
+    if (error != ENOENT) Fail(mName, ErrorText(error));
+    const bool exists = access(folder.c_str(), F_OK) == 0;
+    Fail(mName,
+         fmt::format("the folder '{}' {}", Printable(folder), exists ? "takes no files" : "does not exist"));
   }
   close(file);
   mTemporary = pattern;

@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "FileFormats.h"
+#include "HeldMessages.h"
 #include "Orientation.h"
 #include "PictureFile.h"
 #include "rbaselib/RFile.h"
@@ -42,9 +43,14 @@ void CheckFile(const std::string& path) {
   if (!IsUtf8(path)) throw Failure(ExitCode::kRead, path, "the name is not UTF-8", "rename the file");
 }
 
+bool IsReadThroughQt(const std::string& path) {
+  return StreamClass(kReaderGroup, path) == RImageStreamQT::ClassName;
+}
+
 QtDescription Describe(const std::string& path) {
   // Files of other readers would only make Qt load all its plugins in search of one that knows them.
-  if (StreamClass(kReaderGroup, path) != RImageStreamQT::ClassName) return {};
+  if (!IsReadThroughQt(path)) return {};
+  const HeldMessages held;
   QImageReader reader(QString::fromStdString(path));
   QtDescription description;
   description.handler = reader.format();
@@ -94,10 +100,11 @@ bool IsCutBitmap(const std::string& path) {
   return pixels + rowBytes * std::abs(std::int64_t{height}) > file.GetSize();
 }
 
+// The TGA plugin complains whenever it is asked about a file that it does not know, whatever the file is.
+bool IsNoise(const std::string& message) { return message.starts_with("QTga"); }
+
 std::string LastOf(const std::vector<std::string>& messages) {
-  // The TGA plugin complains whenever it is asked about a file that it does not know, whatever the file is.
-  const auto last = std::find_if(messages.rbegin(), messages.rend(),
-                                 [](const std::string& message) { return !message.starts_with("QTga"); });
+  const auto last = std::find_if_not(messages.rbegin(), messages.rend(), IsNoise);
   return last == messages.rend() ? "" : Printable(*last);
 }
 
@@ -111,23 +118,35 @@ void CheckComplete(const std::string& path, const std::vector<std::string>& mess
     throw Failure(ExitCode::kRead, path, "the file is cut off");
 }
 
-[[noreturn]] void FailDamaged(const std::string& path, const QtDescription& qt) {
-  const std::string said = LastOf(Host::TakeMessages());
-  const std::string extension = ExtensionOf(path);
-  if (!said.empty() || !qt.handler.isEmpty()) {
-    throw Failure(ExitCode::kRead, path,
-                  fmt::format("the {} file is damaged or of a kind that is not read", extension), said);
-  }
+[[noreturn]] void FailDamaged(const std::string& path, const std::vector<std::string>& messages) {
   throw Failure(ExitCode::kRead, path,
-                fmt::format("this is no {} file that can be read, or it is damaged", extension));
+                fmt::format("the {} file is damaged or of a kind that is not read", ExtensionOf(path)),
+                LastOf(messages));
+}
+
+// The module's own readers speak only when a person should know.
+void PassOn(const std::string& path, const std::vector<std::string>& messages) {
+  if (IsReadThroughQt(path)) return;
+  for (const std::string& message : messages) ShowNote(path, Printable(message));
+}
+
+RDestroyPtr<RImage> ReadImage(const std::string& path) {
+  HeldMessages held;
+  RDestroyPtr<RImage> image(RImage::ImageFileRead(path.c_str()));
+  const auto messages = held.Take();
+  if (!image) FailDamaged(path, messages);
+  if (!image->GetImageBits()) throw Failure(ExitCode::kRead, path, "the file holds no pixels");
+  CheckComplete(path, messages);
+  PassOn(path, messages);
+  return image;
 }
 
 }  // namespace
 
-FilePicture ReadPictureFile(Host& host, const std::string& path, const ReadOptions& options) {
-  CheckFile(path);
+FilePicture ReadPictureFile(Host& host, const std::string& name, const ReadOptions& options) {
+  CheckFile(name);
+  const std::string path = PlainPath(name);
   CheckReader(path);
-  (void)Host::TakeMessages();
   QImageReader::setAllocationLimit(static_cast<int>(options.maxMemory >> 20U));
   const QtDescription qt = Describe(path);
   // What a vector picture is drawn with exists in a GUI application only.
@@ -135,14 +154,11 @@ FilePicture ReadPictureFile(Host& host, const std::string& path, const ReadOptio
   constexpr int kBytesPerPixel = 4;
   CheckMemory(ExitCode::kRead, path, qt.size.width(), qt.size.height(), kBytesPerPixel, options.maxMemory);
 
-  FilePicture file{{RDestroyPtr<RImage>(RImage::ImageFileRead(path.c_str()))}, qt.orientation};
-  RImage* image = file.picture.image.get();
-  if (!image) FailDamaged(path, qt);
-  if (!image->GetImageBits()) throw Failure(ExitCode::kRead, path, "the file holds no pixels");
-  CheckComplete(path, Host::TakeMessages());
-  CheckMemory(ExitCode::kRead, path, image->GetWidth(), std::int64_t{image->GetHeight()} * image->GetDepth(),
-              image->GetPixelSize(), options.maxMemory);
-  file.picture.alpha = StateOf(qt, image->GetFormat());
+  FilePicture file{{ReadImage(path)}, qt.orientation};
+  RImage& image = *file.picture.image;
+  CheckMemory(ExitCode::kRead, path, image.GetWidth(), std::int64_t{image.GetHeight()} * image.GetDepth(),
+              image.GetPixelSize(), options.maxMemory);
+  file.picture.alpha = StateOf(qt, image.GetFormat());
   if (options.orient) ApplyOrientation(file.picture, qt.orientation);
   return file;
 }

@@ -2,6 +2,7 @@
 #include <QImageWriter>
 
 #include "FileFormats.h"
+#include "HeldMessages.h"
 #include "OutputFile.h"
 #include "PictureFile.h"
 #include "rbaselib/RObjectRegistry.h"
@@ -51,12 +52,12 @@ void WritePicture(Picture picture, const std::string& path, const WriteOptions& 
   // The module's writer takes the colours of RGBA pixels as premultiplied; straight ones are written here.
   const bool straight = PrepareColours(picture, AlphaOfTarget(path));
   OutputFile output(path);
-  (void)Host::TakeMessages();
+  HeldMessages held;
   const bool written = straight ? WriteByQt(picture, output.TemporaryPath(), options)
                                 : WriteByModule(*picture.image, output.TemporaryPath(), options);
   if (!written) {
+    const auto messages = held.Take();
     const std::string reason = output.FindReason();
-    const auto messages = Host::TakeMessages();
     throw Failure(ExitCode::kWrite, path, reason.empty() ? "the picture could not be written" : reason,
                   reason.empty() && !messages.empty() ? Printable(messages.back()) : "");
   }

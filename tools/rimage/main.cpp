@@ -1,5 +1,7 @@
 // The command line: finds the sub-command, runs it, turns what happens into an exit code.
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,7 +18,9 @@ namespace {
 
 // Turns an argument that nothing takes into a failure that names the closest one.
 void CheckRemaining(const CLI::App& app) {
-  const auto remaining = app.remaining();
+  auto remaining = app.remaining();
+  // The mark between options and file names is no argument itself.
+  std::erase(remaining, "--");
   if (remaining.empty()) return;
   std::vector<std::string> known;
   for (const CLI::Option* option : app.get_options()) known.push_back("--" + option->get_single_name());
@@ -31,6 +35,13 @@ void CheckRemaining(const CLI::App& app) {
                 Suggest(word.substr(0, word.find('=')), known));
 }
 
+// A file that is opened later must not become standard error by chance and get its messages.
+void OpenStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) == -1 && errno == EBADF) (void)open("/dev/null", O_RDWR);
+  }
+}
+
 ExitCode Finish(ExitCode code) {
   if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return code;
   throw Failure(ExitCode::kWrite, "standard output", ErrorText(errno));
@@ -40,6 +51,8 @@ ExitCode Run(int argc, char** argv) {
   CLI::App app("Reads, converts, compares and shows picture files.", "rimage");
   app.set_version_flag("--version", "rimage " RIMAGE_VERSION);
   app.allow_extras();
+  // One sub-command at most: after it, the names of others are file names.
+  app.require_subcommand(0, 1);
   const std::vector<Command> commands = {AddFormatsCommand(app), AddInfoCommand(app),  AddConvertCommand(app),
                                          AddCompareCommand(app), AddSheetCommand(app), AddDoctorCommand(app)};
   for (const Command& command : commands) command.app->allow_extras();
@@ -81,6 +94,7 @@ ExitCode RunCaught(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  OpenStandardStreams();
   InstallInterruptHandlers();
   try {
     return static_cast<int>(RunCaught(argc, argv));

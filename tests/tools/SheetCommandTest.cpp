@@ -1,0 +1,161 @@
+// rimage sheet.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "TestPictures.h"
+#include "ToolRunner.h"
+#include "support/TestData.h"
+
+namespace {
+
+using test::Arguments;
+using test::RunTool;
+
+// The page: a margin of 12 around tiles, under each tile 36 rows of text.
+constexpr int kMargin = 12;
+constexpr int kText = 36;
+constexpr QRgb kBackground = 0xFF2B2B2E;
+
+class Sheet : public testing::Test {
+ protected:
+  std::string Put(const std::string& name, const QImage& image) const {
+    test::Save(image, mFolder.Path(name));
+    return mFolder.Path(name);
+  }
+  QImage Make(Arguments arguments) const {
+    arguments.insert(arguments.begin(), "sheet");
+    arguments.push_back(mFolder.Path("sheet.png"));
+    const auto result = RunTool(arguments);
+    EXPECT_EQ(result.code, 0) << result.errors;
+    return test::Load(mFolder.Path("sheet.png"));
+  }
+  static QSize PageSize(int columns, int rows, int size) {
+    return {kMargin + columns * (size + kMargin), kMargin + rows * (size + kText + kMargin)};
+  }
+
+  test::TemporaryFolder mFolder;
+};
+
+QImage Plain(int width, int height, QRgb colour) {
+  QImage image(width, height, QImage::Format_ARGB32);
+  image.fill(colour);
+  return image;
+}
+
+TEST_F(Sheet, IsAboutAsWideAsHigh) {
+  const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
+  EXPECT_EQ(Make({a}).size(), PageSize(1, 1, 160));
+  EXPECT_EQ(Make({a, a}).size(), PageSize(2, 1, 160));
+  EXPECT_EQ(Make({a, a, a}).size(), PageSize(2, 2, 160));
+  EXPECT_EQ(Make({a, a, a, a, a, a, a}).size(), PageSize(3, 3, 160));
+}
+
+TEST_F(Sheet, ColumnsAndSizeCanBeChosen) {
+  const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
+  EXPECT_EQ(Make({a, a, a, a, a, "--columns", "3", "--size", "50"}).size(), PageSize(3, 2, 50));
+  EXPECT_EQ(Make({a, "--columns", "3", "--size", "50"}).size(), PageSize(1, 1, 50));
+}
+
+TEST_F(Sheet, PutsEachPictureInItsPlace) {
+  const std::string red = Put("red.png", Plain(50, 50, 0xFFFF0000));
+  const std::string green = Put("green.png", Plain(50, 50, 0xFF00FF00));
+  const std::string blue = Put("blue.png", Plain(50, 50, 0xFF0000FF));
+  const QImage sheet = Make({red, green, blue, "--columns", "2", "--size", "50"});
+  EXPECT_EQ(sheet.pixel(kMargin + 25, kMargin + 25), 0xFFFF0000);
+  EXPECT_EQ(sheet.pixel(2 * kMargin + 75, kMargin + 25), 0xFF00FF00);
+  EXPECT_EQ(sheet.pixel(kMargin + 25, 2 * kMargin + 50 + kText + 25), 0xFF0000FF);
+  EXPECT_EQ(sheet.pixel(2, 2), kBackground);
+  EXPECT_EQ(sheet.pixel(2 * kMargin + 75, 2 * kMargin + 50 + kText + 25), kBackground);
+}
+
+TEST_F(Sheet, KeepsTheSidesInProportion) {
+  const QImage sheet = Make({Put("wide.png", Plain(200, 100, 0xFFFF0000)), "--size", "50"});
+  EXPECT_EQ(sheet.pixel(kMargin + 25, kMargin + 25), 0xFFFF0000);
+  EXPECT_EQ(sheet.pixel(kMargin + 25, kMargin + 5), kBackground);
+  EXPECT_EQ(sheet.pixel(kMargin + 25, kMargin + 45), kBackground);
+  EXPECT_EQ(sheet.pixel(kMargin + 1, kMargin + 25), 0xFFFF0000);
+}
+
+TEST_F(Sheet, EnlargesSmallPicturesByWholePixels) {
+  const QImage sheet = Make({Put("small.png", test::MakeImage(2, {0xFFFF0000, 0xFF0000FF})), "--size", "50"});
+  EXPECT_EQ(sheet.pixel(kMargin + 24, kMargin + 25), 0xFFFF0000);
+  EXPECT_EQ(sheet.pixel(kMargin + 25, kMargin + 25), 0xFF0000FF);
+}
+
+TEST_F(Sheet, ThePictureStandsUpright) {
+  const QImage sheet = Make({Put("two.png", test::MakeImage(1, {0xFFFF0000, 0xFF0000FF})), "--size", "50"});
+  EXPECT_EQ(sheet.pixel(kMargin + 25, kMargin + 5), 0xFFFF0000);
+  EXPECT_EQ(sheet.pixel(kMargin + 25, kMargin + 45), 0xFF0000FF);
+}
+
+TEST_F(Sheet, ACheckerboardShowsThroughStraightAndPremultipliedAlpha) {
+  const QImage half = Plain(48, 48, 0x80FF0000);
+  for (const char* name : {"half.png", "half.tif"}) {
+    const QImage sheet = Make({Put(name, half), "--size", "48"});
+    const QRgb dark = sheet.pixel(kMargin + 4, kMargin + 4);
+    const QRgb light = sheet.pixel(kMargin + 12, kMargin + 4);
+    // Half of red over 153 and 204.
+    EXPECT_NEAR(qRed(dark), 204, 2) << name;
+    EXPECT_NEAR(qGreen(dark), 76, 2) << name;
+    EXPECT_NEAR(qRed(light), 229, 2) << name;
+    EXPECT_NEAR(qGreen(light), 102, 2) << name;
+    EXPECT_EQ(sheet.pixel(kMargin + 4, kMargin + 12), light) << name;
+  }
+}
+
+TEST_F(Sheet, WritesNamesUnderThePictures) {
+  const std::string a = Put("name.png", Plain(50, 50, 0xFF00FF00));
+  const QImage sheet = Make({a, "--size", "50"});
+  const auto bright = [&](int top) {
+    int count = 0;
+    for (int y = top; y < top + 16; ++y) {
+      for (int x = kMargin; x < kMargin + 50; ++x) count += qGray(sheet.pixel(x, y)) > 100;
+    }
+    return count;
+  };
+  EXPECT_GT(bright(kMargin + 50 + 4), 20) << "the name";
+  EXPECT_GT(bright(kMargin + 50 + 20), 20) << "size and layout";
+}
+
+TEST_F(Sheet, LongNamesStayInTheirColumn) {
+  const std::string a = Put(std::string(200, 'w') + ".png", Plain(50, 50, 0xFF00FF00));
+  const QImage sheet = Make({a, "--size", "50"});
+  for (int y = 0; y < sheet.height(); ++y) {
+    EXPECT_EQ(sheet.pixel(kMargin - 2, y), kBackground);
+    EXPECT_EQ(sheet.pixel(kMargin + 52, y), kBackground);
+  }
+}
+
+TEST_F(Sheet, UnreadableFilesAreLeftOut) {
+  const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
+  const auto result =
+      RunTool({"sheet", mFolder.Path("none.png"), a, mFolder.Path("nor.png"), mFolder.Path("sheet.png")});
+  EXPECT_EQ(result.code, 1);
+  EXPECT_EQ(result.errors, "rimage: " + mFolder.Path("none.png") + ": No such file or directory\n" +
+                               "rimage: " + mFolder.Path("nor.png") + ": No such file or directory\n");
+  EXPECT_EQ(test::Load(mFolder.Path("sheet.png")).size(), PageSize(1, 1, 160));
+}
+
+TEST_F(Sheet, NothingReadableMakesNoSheet) {
+  const auto result =
+      RunTool({"sheet", mFolder.Path("none.png"), mFolder.Path("nor.png"), mFolder.Path("sheet.png")});
+  EXPECT_EQ(result.code, 3);
+  EXPECT_THAT(result.errors, testing::HasSubstr("none.png"));
+  EXPECT_THAT(result.errors, testing::HasSubstr("nor.png"));
+  EXPECT_THAT(test::ListFolder(mFolder.Path("")), testing::IsEmpty());
+}
+
+TEST_F(Sheet, IsLimitedByTheMemoryLimit) {
+  const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
+  const auto result =
+      RunTool({"sheet", a, mFolder.Path("sheet.png"), "--size", "4000", "--max-memory", "10"});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_THAT(result.errors, testing::HasSubstr("rimage: sheet: 4024 x 4060 pixels take 62 MiB"));
+}
+
+TEST_F(Sheet, UnknownExtensionIsAWritingFailure) {
+  const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
+  EXPECT_EQ(RunTool({"sheet", a, mFolder.Path("sheet.gif")}).code, 4);
+}
+
+}  // namespace

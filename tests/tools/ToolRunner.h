@@ -1,0 +1,51 @@
+// Runs the command-line host as its users do.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace test {
+
+/// The surroundings that the tool runs in.
+struct ToolSettings {
+  std::string folder = {};  ///< working folder; empty: this process's
+  std::vector<std::pair<std::string, std::string>> environment =
+      {};                        ///< variables to set beside the inherited ones
+  long largestFile = -1;         ///< limit of file sizes in bytes; -1: none
+  std::string output = {};       ///< where standard output goes; empty: kept
+  bool ignoreInterrupt = false;  ///< start with SIGINT ignored
+};
+
+struct ToolResult {
+  int code = -1;  ///< the exit code, or minus the signal that ended the process
+  std::string output;
+  std::string errors;
+};
+
+using Arguments = std::vector<std::string>;
+
+/// A run of the tool that goes on beside the test.
+class ToolProcess {
+ public:
+  explicit ToolProcess(const Arguments& arguments, const ToolSettings& settings = {});
+  ~ToolProcess();
+  ToolProcess(const ToolProcess&) = delete;
+  ToolProcess& operator=(const ToolProcess&) = delete;
+
+  void Signal(int signal) const;
+  ToolResult Wait();
+
+ private:
+  pid_t mProcess = -1;
+  std::string mOutput;  // files that collect what the process says
+  std::string mErrors;
+  std::string mFolder;
+};
+
+/// Runs the tool to its end.
+ToolResult RunTool(const Arguments& arguments, const ToolSettings& settings = {});
+
+}  // namespace test

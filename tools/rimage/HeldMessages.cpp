@@ -1,0 +1,49 @@
+#include "HeldMessages.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <array>
+
+namespace {
+bool gHolding = false;
+}
+
+HeldMessages::HeldMessages() {
+  mHeld = memfd_create("rimage-messages", MFD_CLOEXEC);
+  if (mHeld < 0) return;
+  mStandardError = dup(STDERR_FILENO);
+  gHolding = mStandardError >= 0 && dup2(mHeld, STDERR_FILENO) >= 0;
+}
+
+HeldMessages::~HeldMessages() {
+  Restore();
+  if (mHeld >= 0) close(mHeld);
+}
+
+void HeldMessages::Restore() {
+  if (mStandardError < 0) return;
+  (void)dup2(mStandardError, STDERR_FILENO);
+  close(mStandardError);
+  mStandardError = -1;
+  gHolding = false;
+}
+
+bool HeldMessages::IsHolding() { return gHolding; }
+
+std::vector<std::string> HeldMessages::Take() {
+  Restore();
+  // The start is enough: a decoder that goes wrong may repeat itself for every row.
+  std::array<char, 4096> start;
+  const ssize_t size = mHeld < 0 ? 0 : pread(mHeld, start.data(), start.size(), 0);
+  std::vector<std::string> lines;
+  std::string line;
+  for (ssize_t i = 0; i < size; ++i) {
+    const char c = start[static_cast<std::size_t>(i)];
+    if (c != '\n') line += c;
+    if (c != '\n' || line.empty()) continue;
+    lines.push_back(std::move(line));
+    line.clear();
+  }
+  return lines;
+}

@@ -1,0 +1,27 @@
+// What libraries say while they decode and encode.
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// Holds back what is written to standard error while the object lives: Qt and the decoders under it talk to
+/// it directly, without naming a file.
+class HeldMessages {
+ public:
+  HeldMessages();
+  ~HeldMessages();
+  HeldMessages(const HeldMessages&) = delete;
+  HeldMessages& operator=(const HeldMessages&) = delete;
+
+  /// Ends the holding and returns the lines that were said.
+  std::vector<std::string> Take();
+
+  /// Whether an object holds messages back now.
+  static bool IsHolding();
+
+ private:
+  void Restore();
+
+  int mStandardError = -1;  // where standard error went before
+  int mHeld = -1;           // where it goes meanwhile
+};
