@@ -14,6 +14,7 @@
 #include "image/RDestroyPtr.h"
 #include "image/RPixelKernels.h"
 #include "streams/QImageLayout.h"
+#include "streams/RCheckedFile.h"
 #include "streams/RImageTarget.h"
 #include "streams/TgaCodec.h"
 
@@ -216,7 +217,8 @@ bool RImageStreamQT::StreamCreate(RStreamOptions* options) {
   }
   const Drain drain = PrepareDrain(*source);
   if (!drain.image) return false;
-  QImageWriter writer(path, QByteArray());
+  RCheckedFile file(path);
+  QImageWriter writer(&file, QByteArray());
   Apply(options, writer);
-  return writer.write(Wrap(*drain.image));
+  return writer.write(Wrap(*drain.image)) && file.Finish();
 }

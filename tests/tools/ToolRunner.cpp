@@ -2,59 +2,72 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <poll.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-
-#include "support/TestData.h"
 
 namespace test {
 
 namespace {
 
-void Redirect(int stream, const std::string& path) {
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  if (file < 0 || dup2(file, stream) < 0) _exit(126);
-  close(file);
+// Makes a pipe; the child process inherits neither end.
+std::array<int, 2> MakePipe() {
+  std::array<int, 2> ends = {-1, -1};
+  EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+  return ends;
 }
 
-void Prepare(const ToolSettings& settings, const std::string& output, const std::string& errors) {
-  Redirect(STDOUT_FILENO, settings.output.empty() ? output : settings.output);
-  Redirect(STDERR_FILENO, errors);
+// Runs in the child process.
+void Prepare(const ToolSettings& settings, int output, int errors) {
+  if (!settings.output.empty()) output = open(settings.output.c_str(), O_WRONLY);
+  if (dup2(output, STDOUT_FILENO) < 0 || dup2(errors, STDERR_FILENO) < 0) _exit(126);
   if (!settings.folder.empty() && chdir(settings.folder.c_str()) != 0) _exit(126);
   for (const auto& [name, value] : settings.environment) setenv(name.c_str(), value.c_str(), 1);
   if (settings.ignoreInterrupt) std::signal(SIGINT, SIG_IGN);
+  if (settings.obeyPermissions && geteuid() == 0) {
+    for (const int power : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
+      if (prctl(PR_CAPBSET_DROP, power, 0, 0, 0) != 0) _exit(126);
+    }
+  }
   if (settings.largestFile < 0) return;
   const auto limit = static_cast<rlim_t>(settings.largestFile);
   const rlimit limits{limit, limit};
   if (setrlimit(RLIMIT_FSIZE, &limits) != 0) _exit(126);
 }
 
-std::string ReadText(const std::string& path) {
-  const auto bytes = ReadFile(path);
-  return {bytes.begin(), bytes.end()};
+// Takes what is there; false at the end.
+bool Take(int pipe, std::string& text) {
+  std::array<char, 4096> part;
+  const ssize_t size = read(pipe, part.data(), part.size());
+  if (size > 0) text.append(part.data(), static_cast<std::size_t>(size));
+  return size > 0;
 }
 
 }  // namespace
 
 ToolProcess::ToolProcess(const Arguments& arguments, const ToolSettings& settings) {
-  std::string pattern = (std::filesystem::temp_directory_path() / "rimage-run-XXXXXX").string();
-  if (!mkdtemp(pattern.data())) ADD_FAILURE() << pattern << " cannot be made";
-  mFolder = pattern;
-  mOutput = mFolder + "/output";
-  mErrors = mFolder + "/errors";
   std::vector<char*> argv = {const_cast<char*>("rimage")};
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
+  const auto output = MakePipe();
+  const auto errors = MakePipe();
+  mOutput = output[0];
+  mErrors = errors[0];
   mProcess = fork();
-  if (mProcess != 0) return;
-  Prepare(settings, mOutput, mErrors);
-  execv(RIMAGE_TOOL, argv.data());
-  _exit(127);
+  if (mProcess == 0) {
+    Prepare(settings, output[1], errors[1]);
+    execv(RIMAGE_TOOL, argv.data());
+    _exit(127);
+  }
+  close(output[1]);
+  close(errors[1]);
 }
 
 ToolProcess::~ToolProcess() {
@@ -62,19 +75,28 @@ ToolProcess::~ToolProcess() {
     kill(mProcess, SIGKILL);
     waitpid(mProcess, nullptr, 0);
   }
-  std::error_code ignored;
-  std::filesystem::remove_all(mFolder, ignored);
+  close(mOutput);
+  close(mErrors);
 }
 
 void ToolProcess::Signal(int signal) const { kill(mProcess, signal); }
 
 ToolResult ToolProcess::Wait() {
+  ToolResult result;
+  std::array<pollfd, 2> pipes{pollfd{mOutput, POLLIN, 0}, pollfd{mErrors, POLLIN, 0}};
+  const std::array<std::string*, 2> texts = {&result.output, &result.errors};
+  // A pipe at its end is taken out by a negative descriptor.
+  while (pipes[0].fd >= 0 || pipes[1].fd >= 0) {
+    if (poll(pipes.data(), pipes.size(), -1) < 0) break;
+    for (std::size_t i = 0; i < pipes.size(); ++i) {
+      if (pipes[i].revents != 0 && !Take(pipes[i].fd, *texts[i])) pipes[i].fd = -1;
+    }
+  }
   int status = 0;
   EXPECT_EQ(waitpid(mProcess, &status, 0), mProcess);
   mProcess = -1;
-  const bool redirected = !std::filesystem::exists(mOutput);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), redirected ? "" : ReadText(mOutput),
-          ReadText(mErrors)};
+  result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  return result;
 }
 
 ToolResult RunTool(const Arguments& arguments, const ToolSettings& settings) {

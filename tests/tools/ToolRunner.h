@@ -17,6 +17,7 @@ struct ToolSettings {
   long largestFile = -1;         ///< limit of file sizes in bytes; -1: none
   std::string output = {};       ///< where standard output goes; empty: kept
   bool ignoreInterrupt = false;  ///< start with SIGINT ignored
+  bool obeyPermissions = false;  ///< also as root, whom they do not bind otherwise
 };
 
 struct ToolResult {
@@ -40,9 +41,8 @@ class ToolProcess {
 
  private:
   pid_t mProcess = -1;
-  std::string mOutput;  // files that collect what the process says
-  std::string mErrors;
-  std::string mFolder;
+  int mOutput = -1;  // ends of pipes from the process; files would count against its limit
+  int mErrors = -1;
 };
 
 /// Runs the tool to its end.

@@ -65,7 +65,8 @@ void Answer(const std::string& text) {
   _exit(1);
 }
 
-// Qt ends the process with the last of several messages; the first of the platform plugin says what was missing.
+// Qt ends the process with the last of several messages; the first of the platform plugin says what was
+// missing.
 void OnMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
   const std::string line = text.section(u'\n', 0, 0).trimmed().toStdString();
   const bool isOfPlatform = context.category && std::string_view(context.category).starts_with("qt.qpa");

@@ -1,4 +1,3 @@
-#include <QFileDevice>
 #include <QImageWriter>
 
 #include "FileFormats.h"
@@ -7,6 +6,7 @@
 #include "PictureFile.h"
 #include "rbaselib/RObjectRegistry.h"
 #include "rbaselib/RStream.h"
+#include "streams/RCheckedFile.h"
 
 namespace {
 
@@ -36,13 +36,11 @@ bool WriteByModule(RImage& image, const std::string& path, const WriteOptions& o
 }
 
 bool WriteByQt(const Picture& picture, const std::string& path, const WriteOptions& options) {
-  QImageWriter writer(QString::fromStdString(path), QByteArray());
+  RCheckedFile file(QString::fromStdString(path));
+  QImageWriter writer(&file, QByteArray());
   writer.setQuality(options.quality);
   writer.setCompression(options.compression);
-  if (!writer.write(ToQImage(picture))) return false;
-  // Qt does not ask whether the last bytes reached the file.
-  const auto* file = qobject_cast<QFileDevice*>(writer.device());
-  return !file || file->error() == QFileDevice::NoError;
+  return writer.write(ToQImage(picture)) && file.Finish();
 }
 
 }  // namespace

@@ -1,0 +1,29 @@
+// A Qt file that remembers a failed write.
+#pragma once
+
+#include <QFile>
+
+/// A file to hand to QImageWriter, which asks neither whether its last bytes left the buffer nor, in some of
+/// Qt's formats, whether any write succeeded; seeking forgets an earlier error.
+class RCheckedFile : public QFile {
+ public:
+  using QFile::QFile;
+
+  bool seek(qint64 position) override {
+    if (!QFile::seek(position)) mFailed = true;
+    return !mFailed;
+  }
+
+  /// Brings the last bytes out of the buffer and returns whether everything that was written has left it.
+  bool Finish() { return flush() && !mFailed && error() == NoError; }
+
+ protected:
+  qint64 writeData(const char* bytes, qint64 size) override {
+    const qint64 written = QFile::writeData(bytes, size);
+    if (written != size) mFailed = true;
+    return written;
+  }
+
+ private:
+  bool mFailed = false;
+};
