@@ -14,20 +14,29 @@ namespace {
 // The levels that the state itself and the scopes within an evaluation take on the attribute stack.
 constexpr GLint kAttributeLevels = 3;
 
-constexpr GLenum kDisabled[] = {
-    GL_ALPHA_TEST,   GL_BLEND,          GL_COLOR_LOGIC_OP,  GL_COLOR_SUM,
-    GL_CULL_FACE,    GL_DEPTH_TEST,     GL_DITHER,          GL_FOG,
-    GL_LIGHTING,     GL_POLYGON_SMOOTH, GL_POLYGON_STIPPLE, GL_SAMPLE_ALPHA_TO_COVERAGE,
-    GL_SCISSOR_TEST, GL_STENCIL_TEST};
+constexpr GLenum kDisabled[] = {GL_ALPHA_TEST,
+                                GL_BLEND,
+                                GL_COLOR_LOGIC_OP,
+                                GL_CULL_FACE,
+                                GL_DEPTH_TEST,
+                                GL_DITHER,
+                                GL_FOG,
+                                GL_LIGHTING,
+                                GL_POLYGON_SMOOTH,
+                                GL_POLYGON_STIPPLE,
+                                GL_SAMPLE_ALPHA_TO_COVERAGE,
+                                GL_SCISSOR_TEST,
+                                GL_STENCIL_TEST};
 
 struct ExtensionCapability {
   GLenum capability;
-  const char* extension;
+  const char* extension;  // null where every driver has it
 };
 
-// Enables of extensions: not every driver has them, and the attribute stack does not keep them all.
-constexpr ExtensionCapability kDisabledExtensions[] = {{GL_RASTERIZER_DISCARD, "GL_EXT_transform_feedback"},
-                                                       {GL_FRAMEBUFFER_SRGB, "GL_EXT_framebuffer_sRGB"},
+// Enables that the attribute stack of one driver or another does not keep.
+constexpr ExtensionCapability kDisabledExtensions[] = {{GL_COLOR_SUM, nullptr},
+                                                       {GL_RASTERIZER_DISCARD, nullptr},
+                                                       {GL_FRAMEBUFFER_SRGB, nullptr},
                                                        {GL_FRAGMENT_PROGRAM_ARB, "GL_ARB_fragment_program"},
                                                        {GL_VERTEX_PROGRAM_ARB, "GL_ARB_vertex_program"},
                                                        {GL_FRAGMENT_SHADER_ATI, "GL_ATI_fragment_shader"},
@@ -117,6 +126,8 @@ RGLHostState::~RGLHostState() {
   RestoreTextureUnits();
   RestoreMatrices();
   for (const GLenum capability : mEnabledExtensions) glEnable(capability);
+  // A program in use can keep a driver from taking a pipeline off.
+  gl->glUseProgram(0);
   if (mHasPipelines) Extra().glBindProgramPipeline(static_cast<GLuint>(mPipeline));
   gl->glUseProgram(static_cast<GLuint>(mProgram));
   gl->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(mDrawFramebuffer));
@@ -169,7 +180,7 @@ void RGLHostState::NeutralizeDrawing() {
 
 void RGLHostState::NeutralizeExtensions() {
   for (const ExtensionCapability& row : kDisabledExtensions) {
-    if (!Advertises(row.extension) || !glIsEnabled(row.capability)) continue;
+    if ((row.extension && !Advertises(row.extension)) || !glIsEnabled(row.capability)) continue;
     glDisable(row.capability);
     mEnabledExtensions.push_back(row.capability);
   }
