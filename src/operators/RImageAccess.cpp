@@ -109,10 +109,11 @@ bool FitsTexture(int width, int height) {
   return FitsTexture(image.GetWidth(), image.GetHeight()) && image.RequestGLIncarnation(true);
 }
 
-// Whether the drawing area, if it is the operators' own, has room for the picture.
-[[nodiscard]] bool HasRoom(int width, int height) {
-  ROffscreenTarget* const target = ROffscreenLock::GetTarget();
-  return !target || target->Reserve(width, height);
+// Whether there is something to draw the picture on: the operators' own area, with room made for it, or the
+// caller's framebuffer.
+[[nodiscard]] bool CanDraw(int width, int height) {
+  if (ROffscreenTarget* const target = ROffscreenLock::GetTarget()) return target->Reserve(width, height);
+  return opengl30()->glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
 }
 
 [[nodiscard]] bool CopyBufferToTexture(RImage& image) {
@@ -138,7 +139,7 @@ int UseTexture(RImage& image, int wanted) {
     SampleNearest();
     return wanted & kFormTextureMask;
   }
-  if (!HasRoom(image.GetWidth(), image.GetHeight())) return 0;
+  if (!CanDraw(image.GetWidth(), image.GetHeight())) return 0;
   DrawTexture(image);
   return wanted & kFormFrameBufferMask;
 }

@@ -67,6 +67,7 @@ TEST_P(HostileHost, SpoilsNothingAndFindsItsStateAgain) {
   PutImage(*op, 0, ToImage(a));
   PutImage(*op, 1, ToImage(b));
   op->PresetSet(6);
+  const GLTarget target(64, 64);
   GetParam().set();
   const std::string before = FullStateText();
   EXPECT_EQ(op->ReadLock(&context, 0x40), 0x307F0);
@@ -79,10 +80,8 @@ TEST_P(HostileHost, SpoilsNothingAndFindsItsStateAgain) {
   // Again from the stored result, in every form, on the caller's own account.
   EXPECT_EQ(op->ReadLock(&context, 0x40), 0x40);
   EXPECT_EQ(StateDifference(before, FullStateText()), "");
-  // The caller's own framebuffer, which that kind has made unusable, is where this form draws.
-  if (GetParam().name != std::string_view("Framebuffer")) {
-    EXPECT_EQ(op->ReadLock(&context, 0x10), 0x10);
-  }
+  const bool canDraw = GetParam().name != std::string_view("Framebuffer");
+  EXPECT_EQ(op->ReadLock(&context, 0x10), canDraw ? 0x10 : 0) << "into the caller's own framebuffer";
   EXPECT_EQ(StateDifference(before, FullStateText()), "");
   EXPECT_EQ(op->ReadLock(&context, 0x1000), 0x1000);
   EXPECT_EQ(StateDifference(before, FullStateText()), "");
@@ -320,9 +319,9 @@ struct FormRow {
 class ResultForms : public OperatorGraphTest, public testing::WithParamInterface<FormRow> {};
 
 TEST_P(ResultForms, OfTheFirstAndTheSecondLock) {
-  const Picture a = NoisePicture(6, 5, 1);
+  const GLTarget target(8, 8);
   const auto op = Make<RImOpBlend>("blend");
-  PutImage(*op, 0, ToImage(a));
+  PutImage(*op, 0, ToImage(NoisePicture(6, 5, 1)));
   EXPECT_EQ(op->ReadLock(&context, GetParam().mask), GetParam().first);
   EXPECT_EQ(op->ReadLock(&context, GetParam().mask), GetParam().second);
 }
