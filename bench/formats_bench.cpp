@@ -20,6 +20,7 @@ extern "C" {
 #include "streams/RImageStreamiff.h"
 #include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
+#include "streams/YuvFormat.h"
 #include "support/IlbmBuilder.h"
 #include "support/PicBuilder.h"
 #include "support/RunLengthEncoders.h"
@@ -214,6 +215,88 @@ void StbImage(benchmark::State& state, Bytes (*make)()) {
   state.SetBytesProcessed(state.iterations() * kSide * kSide * 4);
 }
 
+// --- Frames of 720 x 576
+
+constexpr int kFrameLines = 576;
+
+// Ramps of luma with some grain, and slow changes of chroma.
+Bytes Frame() {
+  Bytes frame;
+  unsigned grain = 1;
+  for (int y = 0; y < kFrameLines; ++y) {
+    for (int x = 0; x < kYuvWidth; ++x) {
+      grain = grain * 1664525 + 1013904223;
+      frame.push_back(static_cast<unsigned char>(x % 2 ? 110 + x / 24 : 140 - y / 20));
+      frame.push_back(static_cast<unsigned char>(16 + (x + y) / 8 % 200 + static_cast<int>(grain >> 28)));
+    }
+  }
+  return frame;
+}
+
+Bytes FramePixels() {
+  const Bytes frame = Frame();
+  Bytes pixels(kYuvRowBytes * kFrameLines);
+  for (std::size_t y = 0; y < kFrameLines; ++y) {
+    RYuvToPixels(std::span<const unsigned char, kYuvLineBytes>(&frame[y * kYuvLineBytes], kYuvLineBytes),
+                 std::span<unsigned char, kYuvRowBytes>(&pixels[y * kYuvRowBytes], kYuvRowBytes));
+  }
+  return pixels;
+}
+
+void YuvToRgbOurs(benchmark::State& state) {
+  const Bytes frame = Frame();
+  Bytes pixels(kYuvRowBytes * kFrameLines);
+  for (auto _ : state) {
+    for (std::size_t y = 0; y < kFrameLines; ++y) {
+      RYuvToPixels(std::span<const unsigned char, kYuvLineBytes>(&frame[y * kYuvLineBytes], kYuvLineBytes),
+                   std::span<unsigned char, kYuvRowBytes>(&pixels[y * kYuvRowBytes], kYuvRowBytes));
+    }
+    benchmark::DoNotOptimize(pixels.data());
+  }
+  state.SetBytesProcessed(state.iterations() * std::int64_t(pixels.size()));
+}
+
+void RgbToYuvOurs(benchmark::State& state) {
+  const Bytes pixels = FramePixels();
+  Bytes frame(kYuvLineBytes * kFrameLines);
+  for (auto _ : state) {
+    for (std::size_t y = 0; y < kFrameLines; ++y) {
+      RPixelsToYuv(std::span<const unsigned char, kYuvRowBytes>(&pixels[y * kYuvRowBytes], kYuvRowBytes),
+                   std::span<unsigned char, kYuvLineBytes>(&frame[y * kYuvLineBytes], kYuvLineBytes));
+    }
+    benchmark::DoNotOptimize(frame.data());
+  }
+  state.SetBytesProcessed(state.iterations() * std::int64_t(frame.size()));
+}
+
+// With the flags for full chroma it interpolates between pairs, as ours does; its default does not.
+void Swscale(benchmark::State& state, bool toPixels, int flags) {
+  const AVPixelFormat formats[] = {AV_PIX_FMT_UYVY422, AV_PIX_FMT_RGB24};
+  const int strides[] = {int(kYuvLineBytes), int(kYuvRowBytes)};
+  const Bytes source = toPixels ? Frame() : FramePixels();
+  Bytes target((toPixels ? kYuvRowBytes : kYuvLineBytes) * kFrameLines);
+  SwsContext* scaler = sws_getContext(kYuvWidth, kFrameLines, formats[!toPixels], kYuvWidth, kFrameLines,
+                                      formats[toPixels], flags, nullptr, nullptr, nullptr);
+  const unsigned char* from[] = {source.data()};
+  unsigned char* to[] = {target.data()};
+  for (auto _ : state) {
+    sws_scale(scaler, from, &strides[!toPixels], 0, kFrameLines, to, &strides[toPixels]);
+    benchmark::DoNotOptimize(target.data());
+  }
+  state.SetBytesProcessed(state.iterations() * std::int64_t(target.size()));
+  sws_freeContext(scaler);
+}
+
+void FrameCopy(benchmark::State& state, std::size_t lineBytes) {
+  Bytes from(lineBytes * kFrameLines, 1);
+  Bytes to(from.size(), 2);
+  for (auto _ : state) {
+    std::memcpy(to.data(), from.data(), to.size());
+    benchmark::DoNotOptimize(to.data());
+  }
+  state.SetBytesProcessed(state.iterations() * std::int64_t(to.size()));
+}
+
 void Copy(benchmark::State& state) {
   std::vector<unsigned char> from(std::size_t{kSide} * kSide * 4, 1), to(from.size(), 2);
   for (auto _ : state) {
@@ -241,6 +324,14 @@ const bool kRegistered = [] {
   add("PicMixed/memcpy", Copy);
   add("Ilbm/ours", Ours<RImageStreamiff>, Ilbm, ".iff");
   add("Ilbm/libavformat", Libavformat, Ilbm, ".iff");
+  constexpr int kFullChroma = SWS_BILINEAR | SWS_FULL_CHR_H_INT | SWS_ACCURATE_RND;
+  add("YuvToRgb/ours", YuvToRgbOurs);
+  add("YuvToRgb/swscale", Swscale, true, SWS_BILINEAR);
+  add("YuvToRgb/swscale_full_chroma", Swscale, true, kFullChroma);
+  add("YuvToRgb/memcpy", FrameCopy, kYuvRowBytes);
+  add("RgbToYuv/ours", RgbToYuvOurs);
+  add("RgbToYuv/swscale", Swscale, false, SWS_BILINEAR);
+  add("RgbToYuv/memcpy", FrameCopy, kYuvLineBytes);
   return true;
 }();
 

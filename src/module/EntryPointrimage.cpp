@@ -9,6 +9,7 @@
 #include "streams/RImageStreamiff.h"
 #include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
+#include "streams/RImageStreamyuv.h"
 
 namespace {
 
@@ -30,7 +31,22 @@ IObject* CreateStream(IObject*, const char*, void*) {
   return (new Stream)->IQuery(0, 0);
 }
 
-enum kExtension : int { kTif, kTiff, kJpg, kJpeg, kTga, kPic, kIff, kBmp, kSgi, kRgb, kRgba, kSvg, kPng };
+enum kExtension : int {
+  kTif,
+  kTiff,
+  kJpg,
+  kJpeg,
+  kTga,
+  kPic,
+  kIff,
+  kBmp,
+  kYuv,
+  kSgi,
+  kRgb,
+  kRgba,
+  kSvg,
+  kPng
+};
 
 // Deliberate: jpeg, bmp, svg and png are read but have no writer here; `RImage::WriteToDisk` writes what Qt
 // can.
@@ -48,6 +64,8 @@ constexpr std::array kRegistrations{
     Registration{kReaders, "pic", "Stream", CreateStream<RImageStreampict, kPic>},
     Registration{kReaders, "iff", "Stream", CreateStream<RImageStreamiff, kIff>},
     Registration{kReaders, "bmp", "Stream", CreateStream<RImageStreamQT, kBmp>},
+    Registration{kReaders, "yuv", "Stream", CreateStream<RImageStreamyuv, kYuv>},
+    Registration{kWriters, "yuv", "Stream", CreateStream<RImageStreamyuv, kYuv>},
     Registration{kReaders, "sgi", "Stream", CreateStream<RImageStreamsgi, kSgi>},
     Registration{kReaders, "rgb", "Stream", CreateStream<RImageStreamsgi, kRgb>},
     Registration{kReaders, "rgba", "Stream", CreateStream<RImageStreamsgi, kRgba>},

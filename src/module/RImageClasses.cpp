@@ -7,6 +7,7 @@
 #include "streams/RImageStreamiff.h"
 #include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
+#include "streams/RImageStreamyuv.h"
 
 R_DEFINE_CLASS(RImage, RObject)
 R_DEFINE_CLASS(RImageOperator, RObject)
@@ -16,3 +17,4 @@ R_DEFINE_CLASS(RImageStreamQT, RImageStream)
 R_DEFINE_CLASS(RImageStreampict, RImageStream)
 R_DEFINE_CLASS(RImageStreamsgi, RImageStream)
 R_DEFINE_CLASS(RImageStreamiff, RImageStream)
+R_DEFINE_CLASS(RImageStreamyuv, RImageStream)

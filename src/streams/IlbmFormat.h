@@ -98,9 +98,9 @@ class IlbmPixels {
     }
   }
 
-  /// Writes `pixels.size()` / 4 pixels. `planes` holds up to 8 planes of `bytesPerRow` bytes, which have a
-  /// bit for each pixel, the first pixel in a byte's most significant bit. The colour's number has plane p in
-  /// bit p.
+  /// Writes `pixels.size()` / 4 pixels, but no more than a plane has bits. `planes` holds up to 8 planes of
+  /// `bytesPerRow` bytes, a bit for each pixel, the first pixel in a byte's most significant bit. The
+  /// colour's number has plane p in bit p.
   void WriteRow(std::span<const unsigned char> planes, std::size_t bytesPerRow,
                 std::span<unsigned char> pixels) const;
 

@@ -18,6 +18,7 @@
 #include "streams/RImageStreamiff.h"
 #include "streams/RImageStreampict.h"
 #include "streams/RImageStreamsgi.h"
+#include "streams/RImageStreamyuv.h"
 #include "support/CaseName.h"
 
 namespace {
@@ -42,7 +43,10 @@ const std::map<std::string, std::string> kTree{
 // Classes that the module does not have yet. Who adds a class removes its name here and adds a line to
 // kClasses.
 const std::set<std::string> kMissing{
-    "RImageDDS", "RImOpCC", "RImOpKeyer", "RImageStreamyuv", "RImageStreamDDS",
+    "RImageDDS",
+    "RImOpCC",
+    "RImOpKeyer",
+    "RImageStreamDDS",
 };
 
 struct ClassCase {
@@ -92,6 +96,7 @@ const std::vector<ClassCase>& Classes() {
       Describe<RImageStreampict, RImageStream>("RImageStreampict", Make<RImageStreampict>),
       Describe<RImageStreamsgi, RImageStream>("RImageStreamsgi", Make<RImageStreamsgi>),
       Describe<RImageStreamiff, RImageStream>("RImageStreamiff", Make<RImageStreamiff>),
+      Describe<RImageStreamyuv, RImageStream>("RImageStreamyuv", Make<RImageStreamyuv>),
   };
   return classes;
 }

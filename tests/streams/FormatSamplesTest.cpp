@@ -25,4 +25,7 @@ INSTANTIATE_TEST_SUITE_P(Pic, FormatSamplesTest, testing::ValuesIn(test::LoadSam
 INSTANTIATE_TEST_SUITE_P(Sgi, FormatSamplesTest, testing::ValuesIn(test::LoadSamples("sgi")),
                          test::SampleName);
 
+INSTANTIATE_TEST_SUITE_P(Yuv, FormatSamplesTest, testing::ValuesIn(test::LoadSamples("yuv")),
+                         test::SampleName);
+
 }  // namespace

@@ -1,0 +1,34 @@
+#include "streams/YuvArithmetic.h"
+
+namespace {
+
+void ToPixels(const unsigned char* line, unsigned char* pixels) {
+  for (std::size_t x = 0; x < kYuvWidth; ++x) YuvToPixelOf(line, x, pixels);
+}
+
+void ToLine(const unsigned char* pixels, unsigned char* line) {
+  for (std::size_t x = 0; x < kYuvWidth; ++x) YuvFromPixelOf(pixels, x, line);
+}
+
+constexpr YuvLineConverters kPortable = {ToPixels, ToLine};
+
+const YuvLineConverters& Converters() {
+#if defined(__x86_64__)
+  static const bool hasAvx2 = kYuvAvx2.toPixels && __builtin_cpu_supports("avx2");
+  return hasAvx2 ? kYuvAvx2 : kPortable;
+#else
+  return kPortable;
+#endif
+}
+
+}  // namespace
+
+void RYuvToPixels(std::span<const unsigned char, kYuvLineBytes> line,
+                  std::span<unsigned char, kYuvRowBytes> pixels) {
+  Converters().toPixels(line.data(), pixels.data());
+}
+
+void RPixelsToYuv(std::span<const unsigned char, kYuvRowBytes> pixels,
+                  std::span<unsigned char, kYuvLineBytes> line) {
+  Converters().toLine(pixels.data(), line.data());
+}
