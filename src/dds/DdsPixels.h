@@ -7,7 +7,7 @@
 #include "image/RImageExport.h"
 
 /// Returns the bytes of decoded pixels: `channels` bytes, or floats, each.
-std::int64_t DdsDecodedBytes(const DdsLayout& layout, std::int64_t width, std::int64_t height);
+RIMAGE_API std::int64_t DdsDecodedBytes(const DdsLayout& layout, std::int64_t width, std::int64_t height);
 
 /// Decodes one slice into tightly packed rows, in the order of the file (top row first). Integers become
 /// bytes: 16-bit channels keep their high byte, bit fields span 0 to 255 rounded, signed ones map -1 to 1 to

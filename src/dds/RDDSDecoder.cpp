@@ -177,6 +177,7 @@ void RDDSDecoder::DescribeStored() {
   mInfo.isFloat = mReader.IsFloat();
   mInfo.hasAlpha = true;
   mInfo.format = "placeholder";
+  mInfo.depth = mInfo.levels = mInfo.faces = 1;
   if (mReader.IsPlaceholder()) return;
   const DdsLayout& layout = mReader.GetLayout();
   const DdsHeader& header = mReader.GetHeader();

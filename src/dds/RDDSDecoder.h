@@ -8,15 +8,15 @@
 #include "dds/nv_dds.h"
 #include "image/RImageExport.h"
 
-/// What a DDS file holds.
+/// What a DDS file holds; all 0 when nothing is loaded.
 struct RDDSInfo {
   const char* format = "";  ///< the layout's name, such as "DXT5" or "BC7_UNORM"
   int width = 0;            ///< of the largest level
   int height = 0;
-  int depth = 1;   ///< slices of the largest level; 1 unless a volume
-  int levels = 1;  ///< the largest included
-  int faces =
-      1;  ///< textures: 6 for a cube map, the elements of an array, 6 for each of an array of cube maps
+  int depth = 0;   ///< slices of the largest level; 1 unless a volume
+  int levels = 0;  ///< the largest included
+  /// Textures: 1, 6 for a cube map, the elements of an array, 6 for each of an array of cube maps.
+  int faces = 0;
   bool isCubemap = false;
   bool isVolume = false;
   bool isCompressed = false;

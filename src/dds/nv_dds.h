@@ -196,9 +196,8 @@ class RIMAGE_API CDDSImage {
    public:
     Scratch() = default;
     Scratch(const Scratch& /*other*/) {}
-    Scratch& operator=(const Scratch& /*other*/) {
-      return *this;
-    }  // NOLINT(bugprone-unhandled-self-assignment)
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it takes nothing over
+    Scratch& operator=(const Scratch& /*other*/) { return *this; }
     ~Scratch() = default;
 
     /// Returns at least `size` bytes, or null when memory runs out.
