@@ -201,6 +201,16 @@ TEST_F(GLBenchTest, NoContextIsRefused) {
   ASSERT_TRUE(Host().MakeCurrent());
 }
 
+TEST_F(GLBenchTest, MakingCurrentCanBeMadeToFail) {
+  GLContext other;
+  {
+    const MakeCurrentFailure failure;
+    EXPECT_FALSE(other.MakeCurrent());
+  }
+  EXPECT_TRUE(other.MakeCurrent());
+  ASSERT_TRUE(Host().MakeCurrent());
+}
+
 TEST_F(GLBenchTest, ReadsTexturesAndFramebuffersByteForByte) {
   const std::vector<unsigned char> bytes = Noise(5 * 3 * 4);
   GLuint texture = MakeTexture(5, 3, GL_RGBA, bytes.data());

@@ -274,6 +274,8 @@ const std::array<void*, kEntryPoints.size()> kRecordings{
 #undef GL_ENTRY
 };
 
+std::atomic<bool> gMakeCurrentFails = false;
+
 // --- Errors of the driver.
 
 std::mutex gCaptureMutex;
@@ -347,6 +349,9 @@ int GLRecorder::Count(std::string_view name) const {
   return static_cast<int>(std::count_if(mCalls.begin(), mCalls.end(), isNamed));
 }
 
+MakeCurrentFailure::MakeCurrentFailure() { gMakeCurrentFails = true; }
+MakeCurrentFailure::~MakeCurrentFailure() { gMakeCurrentFails = false; }
+
 std::string LiveGLObjects() { return Objects().Text(); }
 void ForgetLiveGLObjects() { Objects().Clear(); }
 
@@ -405,6 +410,7 @@ GLAddress eglGetProcAddress(const char* name) {
 int glXMakeCurrent(void* display, unsigned long drawable, void* context) {
   using Make = int(void*, unsigned long, void*);
   static auto* next = reinterpret_cast<Make*>(test::Next("glXMakeCurrent"));
+  if (context && test::gMakeCurrentFails) return 0;
   const int made = next(display, drawable, context);
   if (made && context) test::WatchCurrentContext();
   return made;
@@ -413,6 +419,7 @@ int glXMakeCurrent(void* display, unsigned long drawable, void* context) {
 int glXMakeContextCurrent(void* display, unsigned long draw, unsigned long read, void* context) {
   using Make = int(void*, unsigned long, unsigned long, void*);
   static auto* next = reinterpret_cast<Make*>(test::Next("glXMakeContextCurrent"));
+  if (context && test::gMakeCurrentFails) return 0;
   const int made = next(display, draw, read, context);
   if (made && context) test::WatchCurrentContext();
   return made;
@@ -421,6 +428,7 @@ int glXMakeContextCurrent(void* display, unsigned long draw, unsigned long read,
 unsigned eglMakeCurrent(void* display, void* draw, void* read, void* context) {
   using Make = unsigned(void*, void*, void*, void*);
   static auto* next = reinterpret_cast<Make*>(test::NextInEGL("eglMakeCurrent"));
+  if (context && test::gMakeCurrentFails) return 0;
   const unsigned made = next(display, draw, read, context);
   if (made && context) test::WatchCurrentContext();
   return made;

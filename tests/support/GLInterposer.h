@@ -71,6 +71,15 @@ std::string LiveGLObjects();
 /// Starts counting anew, after objects that went with their context.
 void ForgetLiveGLObjects();
 
+/// Lets every attempt to make a context current fail, on all threads, as long as it lives.
+class MakeCurrentFailure {
+ public:
+  MakeCurrentFailure();
+  ~MakeCurrentFailure();
+  MakeCurrentFailure(const MakeCurrentFailure&) = delete;
+  MakeCurrentFailure& operator=(const MakeCurrentFailure&) = delete;
+};
+
 /// Takes the error messages of the driver as long as it lives; without one they fail the test. Captures nest.
 class GLErrorCapture {
  public:
