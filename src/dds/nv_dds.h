@@ -157,6 +157,23 @@ class RIMAGE_API CDDSImage {
   /// only the first. When none is, the smallest. The surfaces are borrowed.
   static void GetMipMapLevels(std::vector<CSurface*>& out, CTexture& texture, int level);
 
+  // Upload to OpenGL. Each takes the levels that `GetMipMapLevels` collects for `level`, defines them as
+  // levels 0 and on of the texture that is bound to the target, and limits the base and the maximum level to
+  // them. Filters are the caller's. A current compatibility context is needed; without one, or without a
+  // texture of that index, nothing happens. All return true.
+
+  /// The first row of the first texture to GL_TEXTURE_1D.
+  bool upload_texture1D(int level);
+  /// Texture `imageIndex` to `target`: GL_TEXTURE_2D, a face of a cube map, or a rectangle. The base and the
+  /// maximum level are those of GL_TEXTURE_2D whatever the target is. A volume gives its first slice.
+  bool upload_texture2D(int imageIndex, unsigned int target, int level);
+  /// The first texture to GL_TEXTURE_3D.
+  bool upload_texture3D(int level);
+  /// The six textures to the faces +X, -X, +Y, -Y, +Z, -Z.
+  bool upload_textureCubemap(int level);
+  /// The first texture to GL_TEXTURE_RECTANGLE.
+  bool upload_textureRectangle(int level);
+
  private:
   friend struct CDDSImageAccess;  // tests of the private members
 

@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "dds/RImageStreamDDS.h"
 #include "operators/RImOpBlend.h"
 #include "rbaselib/RObjectRegistry.h"
 #include "streams/RImageStreamQT.h"
@@ -45,6 +46,7 @@ enum kExtension : int {
   kRgb,
   kRgba,
   kSvg,
+  kDds,
   kPng
 };
 
@@ -70,6 +72,7 @@ constexpr std::array kRegistrations{
     Registration{kReaders, "rgb", "Stream", CreateStream<RImageStreamsgi, kRgb>},
     Registration{kReaders, "rgba", "Stream", CreateStream<RImageStreamsgi, kRgba>},
     Registration{kReaders, "svg", "Stream", CreateStream<RImageStreamQT, kSvg>},
+    Registration{kReaders, "dds", "Stream", CreateStream<RImageStreamDDS, kDds>},
     Registration{kReaders, "png", "Stream", CreateStream<RImageStreamQT, kPng>},
 };
 

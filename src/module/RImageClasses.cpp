@@ -1,4 +1,6 @@
 // The class definitions of the module, in tree order: a parent's definition is built before its children's.
+#include "dds/RImageDDS.h"
+#include "dds/RImageStreamDDS.h"
 #include "image/RImage.h"
 #include "operators/RImOpBlend.h"
 #include "operators/RImageOperator.h"
@@ -10,6 +12,7 @@
 #include "streams/RImageStreamyuv.h"
 
 R_DEFINE_CLASS(RImage, RObject)
+R_DEFINE_CLASS(RImageDDS, RImage)
 R_DEFINE_CLASS(RImageOperator, RObject)
 R_DEFINE_CLASS(RImOpBlend, RImageOperator)
 R_DEFINE_CLASS(RImageStream, RStream)
@@ -18,3 +21,4 @@ R_DEFINE_CLASS(RImageStreampict, RImageStream)
 R_DEFINE_CLASS(RImageStreamsgi, RImageStream)
 R_DEFINE_CLASS(RImageStreamiff, RImageStream)
 R_DEFINE_CLASS(RImageStreamyuv, RImageStream)
+R_DEFINE_CLASS(RImageStreamDDS, RImageStream)

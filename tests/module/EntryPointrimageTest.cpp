@@ -56,7 +56,6 @@ const std::vector<Row> kRows{
 const std::set<std::string> kMissing{
     "RImOpKeyer",
     "RImOpCC",
-    "dds",
 };
 
 std::vector<Row> ExpectedRows() {

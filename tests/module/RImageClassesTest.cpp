@@ -7,6 +7,8 @@
 #include <set>
 #include <string>
 
+#include "dds/RImageDDS.h"
+#include "dds/RImageStreamDDS.h"
 #include "image/RDestroyPtr.h"
 #include "image/RImage.h"
 #include "operators/RImOpBlend.h"
@@ -43,10 +45,8 @@ const std::map<std::string, std::string> kTree{
 // Classes that the module does not have yet. Who adds a class removes its name here and adds a line to
 // kClasses.
 const std::set<std::string> kMissing{
-    "RImageDDS",
     "RImOpCC",
     "RImOpKeyer",
-    "RImageStreamDDS",
 };
 
 struct ClassCase {
@@ -89,6 +89,7 @@ RObject* MakeOperator() { return new RImageOperator("Operator", true); }
 const std::vector<ClassCase>& Classes() {
   static const std::vector<ClassCase> classes{
       Describe<RImage, RObject>("RImage", Make<RImage>),
+      Describe<RImageDDS, RImage>("RImageDDS", Make<RImageDDS>),
       Describe<RImageOperator, RObject>("RImageOperator", MakeOperator),
       Describe<RImOpBlend, RImageOperator>("RImOpBlend", MakeEffect<RImOpBlend>),
       Describe<RImageStream, RStream>("RImageStream", Make<RImageStream>),
@@ -97,6 +98,7 @@ const std::vector<ClassCase>& Classes() {
       Describe<RImageStreamsgi, RImageStream>("RImageStreamsgi", Make<RImageStreamsgi>),
       Describe<RImageStreamiff, RImageStream>("RImageStreamiff", Make<RImageStreamiff>),
       Describe<RImageStreamyuv, RImageStream>("RImageStreamyuv", Make<RImageStreamyuv>),
+      Describe<RImageStreamDDS, RImageStream>("RImageStreamDDS", Make<RImageStreamDDS>),
   };
   return classes;
 }
