@@ -6,5 +6,6 @@ int main() {
   EntryPointrimage(kDllStart);
   const auto readers = Object_GetRegistrations("Stream/Reader/Image");
   const bool known = RClassDefinition::Find("RImage") == &RImage::ClassDefinition;
-  return known && !readers.empty() && RImage::ClassDefinition.GetParent() == &RObject::ClassDefinition ? 0 : 1;
+  return known && !readers.empty() && RImage::ClassDefinition.GetParent() == &RObject::ClassDefinition ? 0
+                                                                                                       : 1;
 }
