@@ -299,12 +299,8 @@ class RIMAGE_API RImage : public RObject {
   void DownloadPixels();
   /// Copies what fits of a level's tightly packed pixels, `pixelSize` bytes each, into the raw buffer.
   void CopyLevel(const unsigned char* pixels, int width, int height, int pixelSize);
-  /// Writes the first layer, resampled by nearest neighbour, to `destination`.
-  void ResampleNearest(unsigned char* destination, int width, int height) const;
   /// Renders the vector source again; false, with the image as it was, when that cannot be done.
   bool RenderVectorSource(int width, int height);
-  /// Writes the first layer, in the middle of a square filled with `fillPixel`, to `destination`.
-  void PadToSquare(unsigned char* destination, int side, const unsigned char* fillPixel) const;
 
   // What the record may release. Copies share both, so that a buffer or texture goes exactly once, with its
   // last owner; memory that came from elsewhere has no entry here and is never freed, whatever the flags say.

@@ -1,8 +1,7 @@
 // Conversion between frames and fields of interlaced video.
 #include <algorithm>
-#include <cstring>
+#include <array>
 #include <limits>
-#include <span>
 
 #include "image/RDestroyPtr.h"
 #include "image/RImage.h"
@@ -124,29 +123,34 @@ bool RImage::GetImageFields(RImage* destination, kImageType type, kInterleaveTyp
 
 void RImage::ExtractField(unsigned char* destination, kImageType type, unsigned char* source,
                           unsigned char* end, int rowBytes, unsigned char* destinationEnd) {
-  if (rowBytes <= 0) return;
-  const int copies = type == kImageTypeFrame ? 2 : 1;
-  const std::ptrdiff_t step = std::ptrdiff_t{rowBytes} * (mImageType == kImageTypeFrame ? 2 : 1);
-  while (end - source >= rowBytes) {
-    for (int i = 0; i < copies && destinationEnd - destination >= rowBytes; ++i, destination += rowBytes) {
-      std::memcpy(destination, source, static_cast<std::size_t>(rowBytes));
-    }
-    source += std::min(step, end - source);
+  if (rowBytes <= 0 || source >= end || destination >= destinationEnd) return;
+  const auto bytes = static_cast<std::size_t>(rowBytes);
+  const std::size_t step = bytes * (mImageType == kImageTypeFrame ? 2 : 1);
+  const std::size_t rows = (static_cast<std::size_t>(end - source) + step - bytes) / step;
+  const std::size_t room = static_cast<std::size_t>(destinationEnd - destination) / bytes;
+  const std::size_t copies = type == kImageTypeFrame ? 2 : 1;
+  for (std::size_t i = 0; i < copies; ++i) {
+    const std::size_t fitting = (room + copies - 1 - i) / copies;
+    RGetPixelKernels().copyRows(destination + i * bytes, copies * bytes, source, step, bytes,
+                                std::min(rows, fitting));
   }
 }
 
 void RImage::ExtractAverage(unsigned char* destination, unsigned char* source, unsigned char* end,
                             int rowBytes, unsigned char* destinationEnd) {
-  if (rowBytes <= 0) return;
+  if (rowBytes <= 0 || source >= end || destination >= destinationEnd) return;
   const auto bytes = static_cast<std::size_t>(rowBytes);
-  while (end - source >= rowBytes && destinationEnd - destination >= rowBytes) {
-    const unsigned char* const partner =
-        end - source >= 2 * std::ptrdiff_t{rowBytes} ? source + rowBytes : source;
-    unsigned char* const copy =
-        destinationEnd - destination >= 2 * std::ptrdiff_t{rowBytes} ? destination + rowBytes : nullptr;
-    RGetPixelKernels().averageRows(destination, copy, source, partner, bytes);
-    if (!copy) return;
-    destination += 2 * std::ptrdiff_t{rowBytes};
-    source += std::min(2 * std::ptrdiff_t{rowBytes}, end - source);
-  }
+  const std::size_t rows = static_cast<std::size_t>(end - source) / bytes;
+  const std::size_t room = static_cast<std::size_t>(destinationEnd - destination) / bytes;
+  const std::size_t pairs = std::min(rows, room) / 2;
+  RGetPixelKernels().averagePairs(destination, source, bytes, pairs);
+  if (std::min(rows, room) == 2 * pairs) return;
+
+  // One row is left on a side: the source's last one averages with itself, or the destination has room for
+  // one only.
+  const unsigned char* const last = source + 2 * pairs * bytes;
+  const unsigned char* const partner = rows > 2 * pairs + 1 ? last + bytes : last;
+  unsigned char* const row = destination + 2 * pairs * bytes;
+  for (std::size_t i = 0; i < bytes; ++i) row[i] = static_cast<unsigned char>((last[i] + partner[i]) / 2);
+  if (room > 2 * pairs + 1) std::copy_n(row, bytes, row + bytes);
 }

@@ -1,5 +1,7 @@
 // Whole-image operations on raw pixels: alpha, flip and translation.
 #include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <cstring>
 
 #include "image/RDestroyPtr.h"
@@ -21,22 +23,26 @@ int Wrap(std::int64_t value, int size) {
   return static_cast<int>(remainder < 0 ? remainder + size : remainder);
 }
 
-// A run of columns moved within a row.
-struct ColumnMove {
-  int from;
-  int to;
-  int count;
+// A run of rows or columns that moves as a whole.
+struct Run {
+  std::size_t from;
+  std::size_t to;
+  std::size_t count;
 };
 
-// Returns where the columns of a row of `width` go when the picture moves by `dx`: in one run, or, wrapping,
-// in two.
-std::array<ColumnMove, 2> MoveColumns(int width, int dx, bool wrap) {
+Run MakeRun(int from, int to, int count) {
+  return {static_cast<std::size_t>(from), static_cast<std::size_t>(to), static_cast<std::size_t>(count)};
+}
+
+// Returns where `size` rows or columns go when they move by `distance`: in two runs when they wrap, else in
+// one and an empty one.
+std::array<Run, 2> Move(int size, std::int64_t distance, bool wrap) {
   if (wrap) {
-    const int shift = Wrap(dx, width);
-    return {{{0, shift, width - shift}, {width - shift, 0, shift}}};
+    const int shift = Wrap(distance, size);
+    return {MakeRun(0, shift, size - shift), MakeRun(size - shift, 0, shift)};
   }
-  const auto shift = static_cast<int>(std::clamp<std::int64_t>(dx, -std::int64_t{width}, width));
-  return {{{std::max(0, -shift), std::max(0, shift), width - std::abs(shift)}, {0, 0, 0}}};
+  const auto shift = static_cast<int>(std::clamp<std::int64_t>(distance, -std::int64_t{size}, size));
+  return {MakeRun(std::max(0, -shift), std::max(0, shift), size - std::abs(shift)), Run{}};
 }
 
 }  // namespace
@@ -120,23 +126,21 @@ bool RImage::ImageTranslate(RImage* destination, int dx, int dy, bool wrap, bool
   }
   if (mWidth < 1 || mHeight < 1 || !HoldsPixels(1) || !destination->HoldsPixels(1)) return true;
   const std::size_t rowBytes = Product(mWidth, mPixelSize);
-  RPixelBuffer copy;
+  const std::size_t bytes = rowBytes * static_cast<std::size_t>(mHeight);
   const unsigned char* source = mBits;
-  if (destination->mBits == mBits) {
-    copy = RAllocatePixels(rowBytes * static_cast<std::size_t>(mHeight));
+  RPixelBuffer copy;
+  if (destination->mBits == mBits) {  // itself, or a copy that shares the pixels
+    copy = RAllocatePixels(bytes);
     if (!copy) return false;
-    std::memcpy(copy.get(), mBits, rowBytes * static_cast<std::size_t>(mHeight));
+    std::memcpy(copy.get(), mBits, bytes);
     source = copy.get();
   }
-  const auto moves = MoveColumns(mWidth, dx, wrap);
-  for (int row = 0; row < mHeight; ++row) {
-    const std::int64_t moved = std::int64_t{row} + dy;
-    if (!wrap && (moved < 0 || moved >= mHeight)) continue;
-    const unsigned char* from = source + static_cast<std::size_t>(Wrap(moved, mHeight)) * rowBytes;
-    unsigned char* to = destination->mBits + static_cast<std::size_t>(row) * rowBytes;
-    for (const ColumnMove& move : moves) {
-      std::memcpy(to + Product(move.to, mPixelSize), from + Product(move.from, mPixelSize),
-                  Product(move.count, mPixelSize));
+  const auto pixelSize = static_cast<std::size_t>(mPixelSize);
+  for (const Run& rows : Move(mHeight, -std::int64_t{dy}, wrap)) {
+    for (const Run& columns : Move(mWidth, dx, wrap)) {
+      RGetPixelKernels().copyRows(destination->mBits + rows.to * rowBytes + columns.to * pixelSize, rowBytes,
+                                  source + rows.from * rowBytes + columns.from * pixelSize, rowBytes,
+                                  columns.count * pixelSize, rows.count);
     }
   }
   return true;

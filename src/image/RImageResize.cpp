@@ -1,9 +1,11 @@
 // Whole-image operations that change the size.
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "image/RImage.h"
 #include "image/RImageFormat.h"
+#include "image/RResample.h"
 #include "image/RVectorSource.h"
 
 namespace {
@@ -13,10 +15,34 @@ std::size_t Product(int width, int height) {
 }
 
 // Fills `count` pixels with copies of one and returns the end.
-unsigned char* FillPixels(unsigned char* destination, const unsigned char* pixel, int pixelSize,
+unsigned char* FillPixels(unsigned char* destination, const unsigned char* pixel, std::size_t pixelSize,
                           std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) destination = std::copy_n(pixel, pixelSize, destination);
-  return destination;
+  const std::size_t bytes = count * pixelSize;
+  if (bytes == 0) return destination;
+  std::memcpy(destination, pixel, pixelSize);
+  // What is there already is copied, so each copy doubles it.
+  for (std::size_t filled = pixelSize; filled < bytes; filled *= 2) {
+    std::memcpy(destination + filled, destination, std::min(filled, bytes - filled));
+  }
+  return destination + bytes;
+}
+
+// Writes a picture of `width` x `height` pixels, in the middle of a square filled with `fillPixel`.
+void PadToSquare(unsigned char* destination, const unsigned char* source, int width, int height,
+                 int pixelSize, const unsigned char* fillPixel) {
+  const int side = std::max(width, height);
+  const int rowsBefore = (side - height) / 2;
+  const int columnsBefore = (side - width) / 2;
+  const auto bytes = static_cast<std::size_t>(pixelSize);
+  const std::size_t rowBytes = Product(width, pixelSize);
+  destination = FillPixels(destination, fillPixel, bytes, Product(rowsBefore, side));
+  for (int row = 0; row < height; ++row, source += rowBytes) {
+    destination = FillPixels(destination, fillPixel, bytes, static_cast<std::size_t>(columnsBefore));
+    destination = std::copy_n(source, rowBytes, destination);
+    destination =
+        FillPixels(destination, fillPixel, bytes, static_cast<std::size_t>(side - width - columnsBefore));
+  }
+  FillPixels(destination, fillPixel, bytes, Product(side - height - rowsBefore, side));
 }
 
 }  // namespace
@@ -29,27 +55,18 @@ bool RImage::ConvertSize(int width, int height) {
   if (!ValidateAllocation(0) || !HoldsPixels(1) || !changes) return false;
   const std::int64_t bytes = RImageBytes(width, height, 1, mPixelSize);
   if (bytes < 0) return false;
-  RPixelBuffer resized = RAllocateZeroedPixels(static_cast<std::uint64_t>(bytes));
+  // Without pixels to take, the new ones are transparent black.
+  const bool samples = bytes > 0 && mWidth > 0 && mHeight > 0;
+  const auto allocate = samples ? RAllocatePixels : RAllocateZeroedPixels;
+  RPixelBuffer resized = allocate(static_cast<std::uint64_t>(bytes));
   if (!resized) return false;
-  if (mWidth > 0 && mHeight > 0) ResampleNearest(resized.get(), width, height);
+  if (samples && !RResampleNearest(resized.get(), width, height, mBits, mWidth, mHeight, mPixelSize))
+    return false;
   AdoptPixels(std::move(resized), static_cast<int>(bytes));
   mWidth = width;
   mHeight = height;
   Update();
   return true;
-}
-
-void RImage::ResampleNearest(unsigned char* destination, int width, int height) const {
-  const std::size_t rowBytes = Product(mWidth, mPixelSize);
-  const auto pixelSize = static_cast<std::size_t>(mPixelSize);
-  for (int y = 0; y < height; ++y) {
-    const auto sourceRow = static_cast<std::size_t>(std::int64_t{y} * mHeight / height);
-    for (int x = 0; x < width; ++x) {
-      const auto sourceColumn = static_cast<std::size_t>(std::int64_t{x} * mWidth / width);
-      destination =
-          std::copy_n(mBits + sourceRow * rowBytes + sourceColumn * pixelSize, pixelSize, destination);
-    }
-  }
 }
 
 bool RImage::RenderVectorSource(int width, int height) {
@@ -78,24 +95,10 @@ bool RImage::ConvertToSquare(const unsigned char* fillPixel) {
   if (bytes < 0) return false;
   RPixelBuffer square = RAllocatePixels(static_cast<std::uint64_t>(bytes));
   if (!square) return false;
-  PadToSquare(square.get(), side, fillPixel);
+  PadToSquare(square.get(), mBits, mWidth, mHeight, mPixelSize, fillPixel);
   AdoptPixels(std::move(square), static_cast<int>(bytes));
   mWidth = side;
   mHeight = side;
   Update();
   return true;
-}
-
-void RImage::PadToSquare(unsigned char* destination, int side, const unsigned char* fillPixel) const {
-  const int rowsBefore = (side - mHeight) / 2;
-  const int columnsBefore = (side - mWidth) / 2;
-  const std::size_t rowBytes = Product(mWidth, mPixelSize);
-  destination = FillPixels(destination, fillPixel, mPixelSize, Product(rowsBefore, side));
-  for (int row = 0; row < mHeight; ++row) {
-    destination = FillPixels(destination, fillPixel, mPixelSize, static_cast<std::size_t>(columnsBefore));
-    destination = std::copy_n(mBits + static_cast<std::size_t>(row) * rowBytes, rowBytes, destination);
-    const int columnsAfter = side - mWidth - columnsBefore;
-    destination = FillPixels(destination, fillPixel, mPixelSize, static_cast<std::size_t>(columnsAfter));
-  }
-  FillPixels(destination, fillPixel, mPixelSize, Product(side - mHeight - rowsBefore, side));
 }

@@ -2,115 +2,159 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
-#include <utility>
+#include <cstdint>
+#include <cstring>
 
 namespace {
 
-using Pixel = std::array<unsigned char, 4>;
+// Pixels of 4 bytes are handled as words, which compilers turn into vector code.
+static_assert(std::endian::native == std::endian::little, "byte 0 of a pixel is the low byte of its word");
 
-// Writes one pixel for each one read. A whole pixel is read before anything is written, so the two may be the
-// same.
-template <std::size_t kDestinationSize, std::size_t kSourceSize, class Map>
-void ForEachPixel(unsigned char* destination, const unsigned char* source, std::size_t pixels, Map map) {
-  for (std::size_t i = 0; i < pixels; ++i) {
-    Pixel in{};
-    std::copy_n(source + i * kSourceSize, kSourceSize, in.begin());
-    const Pixel out = map(in);
-    std::copy_n(out.begin(), kDestinationSize, destination + i * kDestinationSize);
+std::uint32_t LoadWord(const unsigned char* address) {
+  std::uint32_t word = 0;
+  std::memcpy(&word, address, sizeof word);
+  return word;
+}
+
+void StoreWord(unsigned char* address, std::uint32_t word) { std::memcpy(address, &word, sizeof word); }
+
+constexpr std::uint32_t Byte(std::uint32_t word, int index) { return word >> 8 * index & 0xFF; }
+
+constexpr std::uint32_t MakeWord(std::uint32_t s0, std::uint32_t s1, std::uint32_t s2, std::uint32_t s3) {
+  return s0 | s1 << 8 | s2 << 16 | s3 << 24;
+}
+
+// Replaces each pixel of 4 bytes by `map` of it.
+template <class Map>
+void MapWords(unsigned char* destination, const unsigned char* source, std::size_t pixels, Map map) {
+  for (std::size_t i = 0; i < pixels; ++i) StoreWord(destination + 4 * i, map(LoadWord(source + 4 * i)));
+}
+
+template <int k0, int k1, int k2, int k3>
+void ShuffleWords(unsigned char* destination, const unsigned char* source, std::size_t pixels) {
+  MapWords(destination, source, pixels, [](std::uint32_t word) {
+    return MakeWord(Byte(word, k0), Byte(word, k1), Byte(word, k2), Byte(word, k3));
+  });
+}
+
+// Moves bytes 0 to 2 of each pixel, or exchanges 0 and 2; a fourth byte is 255.
+template <int kDestinationSize, int kSourceSize, bool kSwap>
+void MoveColours(unsigned char* destination, const unsigned char* source, std::size_t pixels) {
+  for (std::size_t i = 0; i < pixels; ++i, destination += kDestinationSize, source += kSourceSize) {
+    const unsigned char first = source[0];
+    const unsigned char second = source[1];
+    const unsigned char third = source[2];
+    destination[0] = kSwap ? third : first;
+    destination[1] = second;
+    destination[2] = kSwap ? first : third;
+    if constexpr (kDestinationSize == 4) destination[3] = 255;
   }
 }
 
-constexpr int kOpaque = -1;
-
-// Moves the bytes of each pixel: byte i of the destination is byte `kFrom`[i] of the source.
-template <std::size_t kSourceSize, int... kFrom>
-void Shuffle(unsigned char* destination, const unsigned char* source, std::size_t pixels) {
-  ForEachPixel<sizeof...(kFrom), kSourceSize>(destination, source, pixels, [](const Pixel& in) {
-    return Pixel{
-        (kFrom == kOpaque ? static_cast<unsigned char>(255) : in[static_cast<std::size_t>(kFrom & 3)])...};
-  });
-}
-
-template <std::size_t kDestinationSize>
+template <int kDestinationSize>
 void ExpandRGB555(unsigned char* destination, const unsigned char* source, std::size_t pixels) {
-  ForEachPixel<kDestinationSize, 2>(destination, source, pixels, [](const Pixel& in) {
-    const unsigned word = in[0] | unsigned{in[1]} << 8;
-    // Deliberate: mask 0xF0, not 0xF8: only the top four of red's five bits survive, as in files of old.
-    return Pixel{static_cast<unsigned char>(word >> 7 & 0xF0), static_cast<unsigned char>(word >> 2 & 0xF8),
-                 static_cast<unsigned char>(word << 3 & 0xFF), 255};
-  });
+  for (std::size_t i = 0; i < pixels; ++i, destination += kDestinationSize, source += 2) {
+    const unsigned word = source[0] | unsigned{source[1]} << 8;
+    // Deliberate: mask 0xF0, not 0xF8: only the top four of red's five bits survive.
+    destination[0] = static_cast<unsigned char>(word >> 7 & 0xF0);
+    destination[1] = static_cast<unsigned char>(word >> 2 & 0xF8);
+    destination[2] = static_cast<unsigned char>(word << 3 & 0xFF);
+    if constexpr (kDestinationSize == 4) destination[3] = 255;
+  }
 }
 
 void Premultiply(unsigned char* pixels, std::size_t count) {
-  ForEachPixel<4, 4>(pixels, pixels, count, [](Pixel pixel) {
-    const float alpha = static_cast<float>(pixel[3]) / 255.0F;
-    for (std::size_t i = 0; i < 3; ++i)
-      pixel[i] = static_cast<unsigned char>(static_cast<float>(pixel[i]) * alpha);
-    return pixel;
+  MapWords(pixels, pixels, count, [](std::uint32_t word) {
+    const std::uint32_t alpha = Byte(word, 3);
+    return MakeWord(Byte(word, 0) * alpha / 255, Byte(word, 1) * alpha / 255, Byte(word, 2) * alpha / 255,
+                    alpha);
   });
 }
 
 void Unpremultiply(unsigned char* pixels, std::size_t count) {
-  ForEachPixel<4, 4>(pixels, pixels, count, [](Pixel pixel) {
-    if (pixel[3] == 0) return pixel;
-    for (std::size_t i = 0; i < 3; ++i) {
-      pixel[i] = static_cast<unsigned char>(std::min(255U, pixel[i] * 255U / pixel[3]));
-    }
-    return pixel;
+  MapWords(pixels, pixels, count, [](std::uint32_t word) {
+    const std::uint32_t alpha = Byte(word, 3);
+    if (alpha == 0) return word;
+    const auto divide = [=](int channel) {
+      return std::min<std::uint32_t>(255, Byte(word, channel) * 255 / alpha);
+    };
+    return MakeWord(divide(0), divide(1), divide(2), alpha);
   });
 }
 
-void ScaleAlpha(unsigned char* pixels, std::size_t count, float factor) {
+// The low byte of the truncated value; 0 for what is no 32-bit integer, a NaN included.
+unsigned char TruncateToByte(float value) {
   constexpr float kLimit = 2147483648.0F;
-  for (std::size_t i = 0; i < count; ++i) {
-    const float scaled = static_cast<float>(pixels[4 * i + 3]) * factor;
-    // Also false for a scaled value that is no number.
-    const bool representable = std::abs(scaled) < kLimit;
+  return std::abs(value) < kLimit ? static_cast<unsigned char>(static_cast<std::int32_t>(value) & 0xFF) : 0;
+}
+
+void ScaleAlpha(unsigned char* pixels, std::size_t count, float factor) {
+  std::array<unsigned char, 256> scaled{};
+  for (std::size_t alpha = 0; alpha < scaled.size(); ++alpha) {
     // Deliberate: no clamping; a factor above 1 wraps.
-    pixels[4 * i + 3] = static_cast<unsigned char>((representable ? static_cast<int>(scaled) : 0) & 0xFF);
+    scaled[alpha] = TruncateToByte(static_cast<float>(alpha) * factor);
   }
+  for (std::size_t i = 0; i < count; ++i) pixels[4 * i + 3] = scaled[pixels[4 * i + 3]];
 }
 
 void AlphaToGray(unsigned char* destination, const unsigned char* source, std::size_t pixels, int channel,
                  unsigned char invert) {
-  ForEachPixel<4, 4>(destination, source, pixels, [channel, invert](const Pixel& in) {
-    const auto value = static_cast<unsigned char>(in[static_cast<std::size_t>(channel)] ^ invert);
-    return Pixel{value, value, value, 255};
+  MapWords(destination, source, pixels, [=](std::uint32_t word) {
+    const std::uint32_t alpha = Byte(word, channel) ^ invert;
+    return MakeWord(alpha, alpha, alpha, 255);
   });
 }
 
 void MergeAlpha(unsigned char* destination, const unsigned char* colour, const unsigned char* alpha,
                 std::size_t pixels) {
   for (std::size_t i = 0; i < pixels; ++i) {
-    std::copy_n(colour + 4 * i, 3, destination + 4 * i);
-    destination[4 * i + 3] = alpha[4 * i + 2];
+    const std::uint32_t word = LoadWord(colour + 4 * i);
+    const std::uint32_t mask = LoadWord(alpha + 4 * i);
+    StoreWord(destination + 4 * i, (word & 0xFFFFFF) | Byte(mask, 2) << 24);
   }
 }
 
 void SwapRows(unsigned char* a, unsigned char* b, std::size_t bytes) { std::swap_ranges(a, a + bytes, b); }
 
-void AverageRows(unsigned char* first, unsigned char* second, const unsigned char* a, const unsigned char* b,
-                 std::size_t bytes) {
-  for (std::size_t i = 0; i < bytes; ++i) {
-    const auto average = static_cast<unsigned char>((a[i] + b[i]) / 2);
-    first[i] = average;
-    if (second) second[i] = average;
+void CopyRows(unsigned char* destination, std::size_t destinationStride, const unsigned char* source,
+              std::size_t sourceStride, std::size_t rowBytes, std::size_t rows) {
+  for (std::size_t row = 0; row < rows; ++row) {
+    std::memcpy(destination + row * destinationStride, source + row * sourceStride, rowBytes);
   }
+}
+
+void AveragePairs(unsigned char* destination, const unsigned char* source, std::size_t rowBytes,
+                  std::size_t pairs) {
+  for (std::size_t pair = 0; pair < pairs; ++pair, destination += 2 * rowBytes, source += 2 * rowBytes) {
+    for (std::size_t i = 0; i < rowBytes; ++i) {
+      destination[i] = static_cast<unsigned char>((source[i] + source[rowBytes + i]) / 2);
+    }
+    std::memcpy(destination + rowBytes, destination, rowBytes);
+  }
+}
+
+void EverySecond(unsigned char* destination, const unsigned char* source, std::size_t pixels) {
+  for (std::size_t i = 0; i < pixels; ++i) StoreWord(destination + 4 * i, LoadWord(source + 8 * i));
+}
+
+void Twice(unsigned char* destination, const unsigned char* source, std::size_t pixels) {
+  for (std::size_t i = 0; i < pixels; ++i) StoreWord(destination + 4 * i, LoadWord(source + i / 2 * 4));
 }
 
 }  // namespace
 
 const RPixelKernels kPlainPixelKernels = {
-    .swap02 = Shuffle<4, 2, 1, 0, 3>,
-    .swap13 = Shuffle<4, 0, 3, 2, 1>,
-    .rotate = Shuffle<4, 1, 2, 3, 0>,
-    .reverse = Shuffle<4, 3, 2, 1, 0>,
-    .reverse3 = Shuffle<3, 2, 1, 0>,
-    .addAlpha = Shuffle<3, 0, 1, 2, kOpaque>,
-    .addAlphaSwap = Shuffle<3, 2, 1, 0, kOpaque>,
-    .dropAlpha = Shuffle<4, 0, 1, 2>,
-    .dropAlphaSwap = Shuffle<4, 2, 1, 0>,
+    .swap02 = ShuffleWords<2, 1, 0, 3>,
+    .swap13 = ShuffleWords<0, 3, 2, 1>,
+    .rotate = ShuffleWords<1, 2, 3, 0>,
+    .reverse = ShuffleWords<3, 2, 1, 0>,
+    .reverse3 = MoveColours<3, 3, true>,
+    .addAlpha = MoveColours<4, 3, false>,
+    .addAlphaSwap = MoveColours<4, 3, true>,
+    .dropAlpha = MoveColours<3, 4, false>,
+    .dropAlphaSwap = MoveColours<3, 4, true>,
     .rgb555ToRgb = ExpandRGB555<3>,
     .rgb555ToRgba = ExpandRGB555<4>,
     .premultiply = Premultiply,
@@ -119,7 +163,16 @@ const RPixelKernels kPlainPixelKernels = {
     .alphaToGray = AlphaToGray,
     .mergeAlpha = MergeAlpha,
     .swapRows = SwapRows,
-    .averageRows = AverageRows,
+    .copyRows = CopyRows,
+    .averagePairs = AveragePairs,
+    .everySecond = EverySecond,
+    .twice = Twice,
 };
 
-const RPixelKernels& RGetPixelKernels() { return kPlainPixelKernels; }
+const RPixelKernels& RGetPixelKernels() {
+#if defined(__x86_64__)
+  static const bool kHasAvx2 = __builtin_cpu_supports("avx2") != 0;
+  if (kHasAvx2) return kAvx2PixelKernels;
+#endif
+  return kPlainPixelKernels;
+}

@@ -3,14 +3,13 @@
 
 #include <cstddef>
 
-/// One implementation of every loop over pixels; all of them give the same bytes.
+/// One implementation of every loop over pixels; all implementations give the same bytes.
 ///
-/// Pixels are tightly packed; no alignment is needed. Source and destination must not overlap, but may be the
-/// same where pixels keep their size. The names tell where the bytes of a pixel go: s0 ... s3 are the
-/// source's.
+/// Pixels are tightly packed; no alignment is needed. Source and destination do not overlap, but may be the
+/// same where pixels keep their size. The names of conversions tell where the bytes of a pixel go: s0 ... s3
+/// are the source's.
 struct RPixelKernels {
   using Convert = void (*)(unsigned char* destination, const unsigned char* source, std::size_t pixels);
-  using InPlace = void (*)(unsigned char* pixels, std::size_t count);
 
   Convert swap02;         ///< 4 bytes: s2 s1 s0 s3
   Convert swap13;         ///< 4 bytes: s0 s3 s2 s1
@@ -24,25 +23,41 @@ struct RPixelKernels {
   Convert rgb555ToRgb;    ///< 2 to 3 bytes
   Convert rgb555ToRgba;   ///< 2 to 4 bytes, alpha 255
 
-  InPlace premultiply;    ///< bytes 0 to 2: floor(byte x alpha / 255), which single precision gives too
-  InPlace unpremultiply;  ///< bytes 0 to 2: min(255, byte x 255 / alpha); alpha 0 changes nothing
+  /// Bytes 0 to 2: floor(byte x alpha / 255), which is what single precision gives too.
+  void (*premultiply)(unsigned char* pixels, std::size_t count);
+  /// Bytes 0 to 2: min(255, floor(byte x 255 / alpha)); alpha 0 changes nothing.
+  void (*unpremultiply)(unsigned char* pixels, std::size_t count);
   /// Byte 3: the low 8 bits of byte x factor, truncated; 0 where that is no 32-bit integer.
   void (*scaleAlpha)(unsigned char* pixels, std::size_t count, float factor);
-  /// Bytes 0 to 2: `invert` exclusive-or byte `channel` of the source; byte 3: 255.
+  /// Bytes 0 to 2: byte `channel` of the source, exclusive-or `invert`; byte 3: 255.
   void (*alphaToGray)(unsigned char* destination, const unsigned char* source, std::size_t pixels,
                       int channel, unsigned char invert);
-  /// Bytes 0 to 2 from `colour`; byte 3 from byte 2 of `alpha`.
+  /// Bytes 0 to 2 from `colour`; byte 3 is byte 2 of `alpha`.
   void (*mergeAlpha)(unsigned char* destination, const unsigned char* colour, const unsigned char* alpha,
                      std::size_t pixels);
+
   /// Exchanges two rows that do not overlap.
   void (*swapRows)(unsigned char* a, unsigned char* b, std::size_t bytes);
-  /// (a + b) / 2, truncated, to both destinations; the second may be null.
-  void (*averageRows)(unsigned char* first, unsigned char* second, const unsigned char* a,
-                      const unsigned char* b, std::size_t bytes);
+  /// Copies a rectangle; strides in bytes.
+  void (*copyRows)(unsigned char* destination, std::size_t destinationStride, const unsigned char* source,
+                   std::size_t sourceStride, std::size_t rowBytes, std::size_t rows);
+  /// Replaces both rows of each pair by (a + b) / 2, truncated. Rows follow each other without padding.
+  void (*averagePairs)(unsigned char* destination, const unsigned char* source, std::size_t rowBytes,
+                       std::size_t pairs);
+  /// 4-byte pixels: pixel i of the destination is pixel 2 x i of the source.
+  Convert everySecond;
+  /// 4-byte pixels: pixel i of the destination is pixel i / 2 of the source. `pixels` counts the
+  /// destination's.
+  Convert twice;
 };
 
 /// The plain loops, right on any machine.
 extern const RPixelKernels kPlainPixelKernels;
 
-/// Returns the fastest implementation for this machine.
+#if defined(__x86_64__)
+/// For processors with AVX2.
+extern const RPixelKernels kAvx2PixelKernels;
+#endif
+
+/// Returns the fastest implementation that this machine can run.
 const RPixelKernels& RGetPixelKernels();
