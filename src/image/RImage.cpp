@@ -4,10 +4,10 @@
 #include <GL/gl.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
-#include <limits>
 #include <new>
+#include <tuple>
+#include <utility>
 
 #include "image/RImageFormat.h"
 
@@ -17,7 +17,21 @@ RImage::RImage() : RObject(nullptr, nullptr) { RImage::SetCapabilities(); }
 
 RImage::RImage(const RImage& other) = default;
 
-RImage& RImage::operator=(const RImage& other) = default;
+RImage& RImage::operator=(const RImage& other) {
+  if (this == &other) return *this;
+  Clear();
+  RObject::operator=(other);
+  const auto fields = [](auto& image) {
+    return std::tie(image.mWidth, image.mHeight, image.mDepth, image.mPadWidth, image.mPixelSize,
+                    image.mAllocatedSize, image.mImageSize, image.mReferenceCount, image.mIncarnationUpdateId,
+                    image.mTextureId, image.mIncarnation, image.mBits, image.mFormat, image.mImageType,
+                    image.mInterleaveType, image.mInterpolationType, image.mOwnsBits, image.mOwnsTexture,
+                    image.mUpdateId, image.mVectorSourcePath, image.mReservedMode, image.mBuffer,
+                    image.mTexture);
+  };
+  fields(*this) = fields(other);
+  return *this;
+}
 
 RImage::~RImage() { RunTeardown(); }
 
@@ -84,7 +98,7 @@ bool RImage::ValidateAllocation(int minAllocation) {
 bool RImage::ValidateRawAllocation(int minAllocation) {
   mPixelSize = RBytesPerPixel(mFormat);
   const std::int64_t imageSize = RImageBytes(mWidth, mHeight, mDepth, mPixelSize);
-  if (imageSize < 0 || minAllocation < 0) return false;
+  if (imageSize < 0) return false;
   mImageSize = static_cast<int>(imageSize);
   const int needed = std::max(minAllocation == 0 ? mAllocatedSize : minAllocation, mImageSize);
   if (needed <= mAllocatedSize) return true;
@@ -139,14 +153,15 @@ void RImage::Cleanup() {
 RImage* RImage::Clone() {
   RImage* clone = RImageCreate();
   if (!clone) return nullptr;
+  // A derived class may describe itself differently from what it holds, so the buffers decide.
+  const std::int64_t bytes = RImageBytes(GetWidth(), GetHeight(), 1, GetPixelSize());
+  const bool copies = mIncarnation == kIncarnationRaw && mBits && bytes > 0 && bytes <= mAllocatedSize;
   // Deliberate: the copy is a plain frame of one layer without padding, whatever this image is.
-  const bool made = clone->Init(GetFormat(), GetWidth(), GetHeight(), 0, 0, true, kImageTypeFrame,
-                                kInterleaveNone, kInterpolationNone, mIncarnation);
+  (void)clone->Init(GetFormat(), GetWidth(), GetHeight(), 0, 0, !copies, kImageTypeFrame, kInterleaveNone,
+                    kInterpolationNone, mIncarnation);
   clone->mVectorSourcePath = mVectorSourcePath;
-  if (made && mIncarnation == kIncarnationRaw && HoldsPixels(1)) {
-    const std::int64_t bytes = RImageBytes(GetWidth(), GetHeight(), 1, GetPixelSize());
+  if (copies && bytes <= clone->mAllocatedSize)
     std::memcpy(clone->mBits, mBits, static_cast<std::size_t>(bytes));
-  }
   return clone;
 }
 
@@ -166,18 +181,19 @@ void RImage::AdoptPixels(RPixelBuffer buffer, int bytes) {
 unsigned char* RImage::GetImageBits() { return mBits; }
 
 bool RImage::SetImageBits(unsigned char* source) {
-  const bool valid = ValidateAllocation(0);
-  if (valid && source && mIncarnation == kIncarnationRaw && mImageSize > 0) {
-    std::memcpy(mBits, source, static_cast<std::size_t>(mImageSize));
+  const bool valid = ValidateAllocation(0) && source;
+  if (valid && mIncarnation == kIncarnationRaw && mImageSize > 0) {
+    std::memmove(mBits, source, static_cast<std::size_t>(mImageSize));
   }
-  if (valid && source && mIncarnation == kIncarnationGL) UploadPixels(source);
+  if (valid && mIncarnation == kIncarnationGL) UploadPixels(source);
   Update();
   return true;
 }
 
 bool RImage::SetImageBits(unsigned char* source, kImageFormat sourceFormat) {
-  if (mIncarnation == kIncarnationGL || !source) return false;
-  if (!ValidateAllocation(0) || !HoldsPixels(1)) return false;
+  if (mIncarnation == kIncarnationGL || !ValidateAllocation(0)) return false;
+  const bool empty = mWidth == 0 || mHeight == 0;
+  if (!empty && !HoldsPixels(1)) return false;
   if (!RImageConvertFormat(mBits, mFormat, mWidth, mHeight, source, sourceFormat)) return false;
   Update();
   return true;
@@ -196,8 +212,8 @@ void RImage::Update() {
 }
 
 unsigned char* RImage::GetImageBitsAtDepth(unsigned int layer) {
-  if (layer >= static_cast<unsigned int>(mDepth) || mDepth < 0 || !mBits) return nullptr;
-  const auto layerSize = static_cast<unsigned int>(mPixelSize) * static_cast<unsigned int>(mHeight) *
-                         static_cast<unsigned int>(mWidth);
-  return mBits + layerSize * layer;
+  if (mDepth < 0 || layer >= static_cast<unsigned int>(mDepth)) return nullptr;
+  if (!HoldsPixels(static_cast<int>(layer) + 1)) return nullptr;
+  // The layers before this one fit the buffer, so the product does not overflow.
+  return mBits + RImageBytes(mWidth, mHeight, static_cast<int>(layer), mPixelSize);
 }

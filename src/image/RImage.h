@@ -1,6 +1,7 @@
 // The image record: the one in-memory image type of the library.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 
@@ -134,7 +135,7 @@ class RIMAGE_API RImage : public RObject {
   /// RGBA and BGRA.
   virtual RImage* MergeAlphaChannel(RImage* alpha);
   /// Returns an opaque picture of the alpha channel in this image's format, inverted on request (not for ABGR
-  /// and ARGB); all zero when pixels have no alpha; null for a texture or more than one layer.
+  /// and ARGB); all zero when pixels have no alpha; null for a texture, more than one layer or no storage.
   virtual RImage* CreateFromAlphaChannel(bool invert);
 
   /// Fills `mConvertionSupported` the first time it is called.
@@ -151,15 +152,18 @@ class RIMAGE_API RImage : public RObject {
   /// Converts the pixels to another layout. False, changing nothing, for a texture, more than one layer, the
   /// format it has, a pair that `RImageConvertFormat` does not support, or when memory runs out.
   virtual bool ConvertFormat(kImageFormat format);
-  /// Resamples to `width` x `height` by nearest neighbour, or renders the vector source again at that size.
-  /// False for a texture, no pixels, the size it has (unless there is a vector source), or a size below 1 x 1
-  /// without storage.
+  /// Resamples to `width` x `height` by nearest neighbour, or renders the vector source again at that size,
+  /// also when it has that size. An image without pixels grows transparent black. False for a texture, no
+  /// storage, the size it has, a negative size, and when memory runs out; for a vector source also for a size
+  /// below 1 x 1 and without a QGuiApplication. More than one layer becomes one, even if the resampling then
+  /// fails.
   virtual bool ConvertSize(int width, int height);
   /// Pads to a square of the longer side, the picture in the middle, an odd extra row or column of padding at
   /// the end. `fillPixel` points at one pixel of this format. True when square already; false for a texture,
   /// no pixels or a null `fillPixel`.
   virtual bool ConvertToSquare(const unsigned char* fillPixel);
-  /// Multiplies byte 3 of each pixel of 4 bytes by `factor`, truncated, low 8 bits kept. Returns true.
+  /// Multiplies every fourth byte by `factor` in single precision, truncated, low 8 bits kept (0 for what is
+  /// no 32-bit integer). Returns true. No update is counted.
   virtual bool ApplyAlpha(float factor);
 
   // --- Storage.
@@ -271,12 +275,13 @@ class RIMAGE_API RImage : public RObject {
   int mWidth = 0;
   int mHeight = 0;
   int mDepth = 1;
-  int mPadWidth = 0;
-  int mPixelSize = 4;
-  int mAllocatedSize = 0;
-  int mImageSize = 0;
+  int mPadWidth = 0;       ///< kept for the host; nothing here depends on it
+  int mPixelSize = 4;      ///< bytes a pixel
+  int mAllocatedSize = 0;  ///< capacity of the raw buffer in bytes
+  int mImageSize = 0;      ///< bytes of all layers, as of the last validation
   int mReferenceCount = 0;
-  int mIncarnationUpdateId[2] = {0, 0};
+  /// For each incarnation the value of `mUpdateId` when it was last made current or written.
+  std::array<int, 2> mIncarnationUpdateId{};
   unsigned int mTextureId = 0;
   kIncarnationType mIncarnation = kIncarnationRaw;
   unsigned char* mBits = nullptr;
@@ -284,11 +289,11 @@ class RIMAGE_API RImage : public RObject {
   kImageType mImageType = kImageTypeFrame;
   kInterleaveType mInterleaveType = kInterleaveNone;
   kInterpolationType mInterpolationType = kInterpolationNone;
-  bool mOwnsBits = true;
-  bool mOwnsTexture = false;
+  bool mOwnsBits = true;      ///< whether `Clear` gives the raw buffer back
+  bool mOwnsTexture = false;  ///< whether `Clear` deletes the texture
   int mUpdateId = 0;
   RString mVectorSourcePath;
-  int mReservedMode = 2;
+  int mReservedMode = 2;  ///< for the host: copied, never read here
 
  private:
   /// Replaces the texture's lower left corner by the pixels at `source`, in the image's format and size.

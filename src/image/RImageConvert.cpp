@@ -48,15 +48,16 @@ RPixelKernels::Convert FindKernel(kImageFormat destination, kImageFormat source)
 bool RImageConvertFormat(unsigned char* destination, kImageFormat destinationFormat, int width, int height,
                          unsigned char* source, kImageFormat sourceFormat) {
   if (width < 0 || height < 0 || !RIsImageFormat(destinationFormat)) return false;
-  const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-  if (destinationFormat == sourceFormat) {
-    const std::size_t bytes = pixels * static_cast<std::size_t>(RBytesPerPixel(destinationFormat));
-    if (bytes > 0) std::memmove(destination, source, bytes);
-    return true;
-  }
   const RPixelKernels::Convert convert = FindKernel(destinationFormat, sourceFormat);
-  if (!convert) return false;
-  convert(destination, source, pixels);
+  if (destinationFormat != sourceFormat && !convert) return false;
+  const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  const std::size_t bytes = pixels * static_cast<std::size_t>(RBytesPerPixel(destinationFormat));
+  if (bytes == 0) return true;
+  if (!destination || !source) return false;
+  if (convert)
+    convert(destination, source, pixels);
+  else
+    std::memmove(destination, source, bytes);
   return true;
 }
 

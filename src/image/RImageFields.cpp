@@ -106,8 +106,11 @@ bool RImage::GetImageFields(RImage* destination, kImageType type, kInterleaveTyp
   if (mDepth > 1 || !InRange(interleave, 4)) return false;
   if (interleave == kInterleaveNone && mImageType != kImageTypeField) return false;
   const std::int64_t rowBytes = RImageBytes(mWidth, 1, 1, mPixelSize);
-  if (rowBytes <= 0 || mHeight <= 0 || destination->mHeight <= 0) return rowBytes >= 0;
-  if (!HoldsPixels(1) || !destination->HoldsPixels(1)) return false;
+  if (rowBytes < 0 || mHeight < 0) return false;
+  if (rowBytes == 0 || mHeight == 0) return true;
+  if (!HoldsPixels(1)) return false;
+  if (destination->mHeight == 0) return true;
+  if (!destination->HoldsPixels(1)) return false;
 
   unsigned char* const end = mBits + rowBytes * mHeight;
   unsigned char* const destinationEnd =

@@ -71,7 +71,8 @@ RImage* RImage::CreateFromAlphaChannel(bool invert) {
                                mInterpolationType, kIncarnationRaw)) {
     return nullptr;
   }
-  if (mPixelSize != kPixelBytes || !HoldsPixels(1)) return result.release();
+  if (mPixelSize != kPixelBytes || mWidth == 0 || mHeight == 0) return result.release();
+  if (!HoldsPixels(1)) return nullptr;
   const bool alphaLast = mFormat == kImageFormatRGBA || mFormat == kImageFormatBGRA;
   const bool alphaFirst = mFormat == kImageFormatABGR || mFormat == kImageFormatARGB;
   // Deliberate: `invert` is ignored where alpha is the first byte.

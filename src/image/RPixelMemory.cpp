@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <new>
 
 namespace {
 
@@ -32,7 +33,12 @@ unsigned char* Allocate(std::size_t bytes) {
 RPixelBuffer RAllocatePixels(std::uint64_t bytes) {
   if (bytes > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())) return {};
   unsigned char* memory = Allocate(static_cast<std::size_t>(bytes));
-  return memory ? RPixelBuffer(memory, [](unsigned char* p) { std::free(p); }) : RPixelBuffer();
+  if (!memory) return {};
+  try {
+    return {memory, [](unsigned char* pixels) { std::free(pixels); }};
+  } catch (const std::bad_alloc&) {  // the pointer has freed the pixels
+    return {};
+  }
 }
 
 RPixelBuffer RAllocateZeroedPixels(std::uint64_t bytes) {

@@ -1,0 +1,83 @@
+// Tests of pixel buffers.
+#include "image/RPixelMemory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "image/RImageFormat.h"
+
+namespace {
+
+constexpr std::uint64_t kLimit = std::numeric_limits<std::int32_t>::max();
+
+TEST(RPixelMemoryTest, BuffersOfEverySizeCanBeWrittenToTheLastByte) {
+  for (const std::uint64_t bytes : {1ULL, 63ULL, 64ULL, 65ULL, 4096ULL, (4ULL << 20) - 1, 4ULL << 20,
+                                    (4ULL << 20) + 1, (6ULL << 20) + 12345}) {
+    const RPixelBuffer buffer = RAllocatePixels(bytes);
+    ASSERT_NE(buffer, nullptr) << bytes;
+    std::memset(buffer.get(), 0xA5, bytes);
+    EXPECT_EQ(buffer.get()[bytes - 1], 0xA5);
+  }
+}
+
+TEST(RPixelMemoryTest, BuffersStartOnACacheLine) {
+  for (const std::uint64_t bytes : {1ULL, 100ULL, 5ULL << 20}) {
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(RAllocatePixels(bytes).get()) % 64, 0U);
+  }
+}
+
+TEST(RPixelMemoryTest, LargeBuffersStartOnAHugePage) {
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(RAllocatePixels(4 << 20).get()) % (2 << 20), 0U);
+}
+
+TEST(RPixelMemoryTest, ZeroBytesAreAValidBuffer) { EXPECT_NE(RAllocatePixels(0), nullptr); }
+
+TEST(RPixelMemoryTest, ZeroedBufferIsZero) {
+  for (const std::uint64_t bytes : {1ULL, 1000ULL, 5ULL << 20}) {
+    // The memory of a buffer just given back is likely to come again, with what was in it.
+    std::memset(RAllocatePixels(bytes).get(), 0xFF, bytes);
+    const RPixelBuffer buffer = RAllocateZeroedPixels(bytes);
+    EXPECT_TRUE(
+        std::all_of(buffer.get(), buffer.get() + bytes, [](unsigned char byte) { return byte == 0; }));
+  }
+}
+
+TEST(RPixelMemoryTest, NothingAboveTheLargestImageIsAllocated) {
+  EXPECT_EQ(RAllocatePixels(kLimit + 1), nullptr);
+  EXPECT_EQ(RAllocateZeroedPixels(kLimit + 1), nullptr);
+  EXPECT_EQ(RAllocatePixels(std::numeric_limits<std::uint64_t>::max()), nullptr);
+}
+
+// --- Sizes.
+
+TEST(RImageFormatTest, BytesPerPixelOfEveryFormat) {
+  constexpr int kExpected[] = {4, 0, 4, 3, 4, 3, 2, 4, 4};
+  ASSERT_EQ(kBytesPerPixel.size(), std::size(kExpected));
+  for (int format = 0; format < 9; ++format) {
+    EXPECT_TRUE(RIsImageFormat(static_cast<kImageFormat>(format)));
+    EXPECT_EQ(RBytesPerPixel(static_cast<kImageFormat>(format)), kExpected[format]);
+  }
+  EXPECT_FALSE(RIsImageFormat(static_cast<kImageFormat>(-1)));
+  EXPECT_FALSE(RIsImageFormat(static_cast<kImageFormat>(9)));
+}
+
+TEST(RImageFormatTest, ImageBytesAreExactUpToTheLimit) {
+  EXPECT_EQ(RImageBytes(2, 3, 4, 3), 72);
+  EXPECT_EQ(RImageBytes(1, static_cast<int>(kLimit), 1, 1), static_cast<std::int64_t>(kLimit));
+  EXPECT_EQ(RImageBytes(1 << 16, 1 << 15, 1, 1), -1) << "one above";
+  EXPECT_EQ(RImageBytes(65535, 65535, 1, 4), -1);
+  EXPECT_EQ(RImageBytes(1 << 30, 1 << 30, 1 << 30, 4), -1);
+  EXPECT_EQ(RImageBytes(0, 1 << 30, 1 << 30, 4), 0);
+  EXPECT_EQ(RImageBytes(1 << 30, 1 << 30, 0, 4), 0);
+  EXPECT_EQ(RImageBytes(1 << 30, 1 << 30, 1, 0), 0);
+  EXPECT_EQ(RImageBytes(1 << 15, 1 << 15, 1 << 15, 0), 0);
+  EXPECT_EQ(RImageBytes(-1, 1, 1, 1), -1);
+  EXPECT_EQ(RImageBytes(1, -1, 1, 1), -1);
+  EXPECT_EQ(RImageBytes(1, 1, -1, 1), -1);
+  EXPECT_EQ(RImageBytes(1, 1, 1, -1), -1);
+}
+
+}  // namespace
