@@ -1,0 +1,75 @@
+#!/usr/bin/env bash
+# Shows what the command-line host does, on the pictures beside this file. Usage: demo.sh TOOL OUTDIR
+set -euo pipefail
+[ $# -eq 2 ] || { echo "usage: demo.sh TOOL OUTDIR" >&2; exit 2; }
+samples=$(cd "$(dirname "$0")" && pwd)
+tool=$(realpath "$1")
+mkdir -p "$2"
+out=$(cd "$2" && pwd)
+rm -rf "${out:?}"/{converted,operations,sheet.png,info.json}
+mkdir -p "$out"/{converted,operations}
+cd "$samples"
+
+title() { printf '\n== %s\n' "$*"; }
+# Shows a command as a person would type it, and runs it.
+run() {
+  echo "\$ rimage$(printf ' %q' "${@//$out\//}")"
+  "$tool" "$@"
+}
+
+title "What can be read and written"
+run formats
+readers=" $("$tool" formats | sed -n '/^Readers/,/^Writers/s/^  \([a-z]*\).*/\1/p' | tr '\n' ' ')"
+pictures=()
+for file in *.*; do
+  [[ "$readers" == *" ${file##*.} "* ]] && pictures+=("$file")
+done
+
+title "What the pictures hold"
+run info "${pictures[@]}"
+"$tool" info --json "${pictures[@]}" >"$out/info.json"
+
+title "From every format to another"
+targets=(png tif tga jpg bmp)
+for i in "${!pictures[@]}"; do
+  file=${pictures[$i]}
+  run convert "$file" "$out/converted/${file//./-}.${targets[$((i % ${#targets[@]}))]}"
+done
+
+title "Each operation once"
+operation() { # NAME INPUT OPTIONS...
+  local name=$1 input=$2
+  shift 2
+  run convert "$input" "$@" "$out/operations/$name.png"
+}
+operation 00-original hopper.tga
+operation 01-format hopper.tga --format RGB
+operation 02-resize hopper.tga --resize 32x32
+operation 03-resize-vector lighthouse.svg --resize 960x640
+operation 04-square rainbow.tga --square '#2060C0'
+operation 05-flip hopper.tga --flip
+operation 06-translate hopper.tga --translate 40,20
+operation 07-translate-wrap hopper.tga --translate 40,20,wrap
+operation 08-premultiply hopper.tga --premultiply
+operation 09-unpremultiply hopper.tga --premultiply --unpremultiply
+operation 10-apply-alpha hopper.jpg --apply-alpha 0.5
+operation 11-alpha hopper.tga --alpha
+operation 12-alpha-invert hopper.tga --alpha=invert
+operation 13-merge-alpha hopper.jpg --merge-alpha "$out/operations/12-alpha-invert.png"
+operation 14-field-one hopper.jpg --field one
+operation 15-field-frame hopper.jpg --field one --frame
+operation 16-field-average hopper.jpg --field average
+
+title "Where two pictures differ"
+run compare hopper.jpg hopper.sgi --diff "$out/operations/17-difference.png" || [ $? -eq 1 ]
+
+title "Everything on one page"
+run sheet "${pictures[@]}" "$out"/operations/*.png "$out/sheet.png" --columns 7
+
+title "Done"
+cat <<TEXT
+$out/sheet.png      every picture and every operation, with names
+$out/converted/     each picture in another format
+$out/operations/    one picture for each operation
+$out/info.json      what the pictures hold, as JSON
+TEXT
