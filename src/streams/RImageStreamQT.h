@@ -11,9 +11,11 @@ class RIMAGE_API RImageStreamQT : public RImageStream {
   RImageStreamQT();
   ~RImageStreamQT() override;
 
-  /// Reads the file into `GetImage(true)`, bottom row first: 3 bytes a pixel for layouts without alpha, else
-  /// RGBA, straight or premultiplied as the file has it. Without a QGuiApplication SVG files do not load. The
-  /// options are not used. A TGA file of a kind that is not read destroys the image and detaches it.
+  /// Reads the file into `GetImage(true)`, bottom row first. Palettes, grey and packed colours become RGB;
+  /// three bytes a pixel stay RGB or BGR; everything else becomes RGBA, straight or premultiplied as the file
+  /// has it. Does not load, beside damaged files: SVG without a QGuiApplication, and what Qt finds too large
+  /// (QImageReader::allocationLimit). The options are not used. A TGA file of a kind that is not read
+  /// destroys the image and detaches it.
   bool StreamOpen(RStreamOptions* options) override;
   /// Writes `GetImage(false)` with the options' quality, compression and text. RGBA pixels count as
   /// premultiplied. Leaves an RGBA or RGB image flipped top to bottom.

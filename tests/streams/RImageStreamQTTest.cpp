@@ -213,6 +213,7 @@ TEST_P(LayoutTest, PixelsComeConvertedAndBottomRowFirst) {
   EXPECT_EQ(Image()->GetHeight(), 7);
   const QImage expected = test::MakePattern(GetParam().source, 5, 7).convertToFormat(GetParam().converted);
   EXPECT_EQ(BytesOf(*Image()), RowsBottomUp(expected, GetParam().pixelSize));
+  EXPECT_EQ(Image()->GetUpdateId(), 1) << "one change, however many rows";
 }
 
 TEST_P(LayoutTest, TableHasTheRow) {

@@ -85,6 +85,7 @@ TEST_F(TgaReadTest, ReadsBgraFrom32Bits) {
   EXPECT_EQ(Image()->GetFormat(), kImageFormatBGRA);
   EXPECT_EQ(Image()->GetWidth(), 1);
   EXPECT_EQ(BytesOf(*Image()), (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
+  EXPECT_EQ(Image()->GetUpdateId(), 1);
 }
 
 struct Word16 {
