@@ -1,7 +1,5 @@
 // Readers of SGI files beside their peers.
 #include <benchmark/benchmark.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -22,6 +20,7 @@ extern "C" {
 #include "streams/RImageStreamsgi.h"
 #include "streams/YuvFormat.h"
 #include "support/IlbmBuilder.h"
+#include "support/MemoryFile.h"
 #include "support/PicBuilder.h"
 #include "support/RunLengthEncoders.h"
 #include "support/SgiBuilder.h"
@@ -31,22 +30,6 @@ namespace {
 using test::Bytes;
 
 constexpr int kSide = 2048;
-
-// A file in memory, for the readers that want a path.
-class MemoryFile {
- public:
-  MemoryFile(const char* suffix, const Bytes& bytes)
-      : mPath(std::string("/dev/shm/rimage-bench-") + std::to_string(getpid()) + suffix) {
-    std::FILE* file = std::fopen(mPath.c_str(), "wb");
-    if (!file || std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size()) std::abort();
-    std::fclose(file);
-  }
-  ~MemoryFile() { unlink(mPath.c_str()); }
-  const char* Path() const { return mPath.c_str(); }
-
- private:
-  std::string mPath;
-};
 
 // A rendered picture, channel after channel: an object with shading and some grain in front of an even
 // background, and the mask of it as the fourth channel.
@@ -120,7 +103,7 @@ Bytes Ilbm() {
 
 template <class Stream>
 void Ours(benchmark::State& state, Bytes (*make)(), const char* suffix) {
-  const MemoryFile file(suffix, make());
+  const test::MemoryFile file(make(), suffix);
   RDestroyPtr<RImage> image(RImageCreate());
   Stream stream;
   stream.SetFileName(file.Path());
@@ -153,7 +136,7 @@ void Libavcodec(benchmark::State& state, Bytes (*make)(), AVCodecID id) {
 }
 
 void OpenImage(benchmark::State& state, Bytes (*make)(), const char* suffix) {
-  const MemoryFile file(suffix, make());
+  const test::MemoryFile file(make(), suffix);
   std::vector<unsigned char> pixels(std::size_t{kSide} * kSide * 4);
   for (auto _ : state) {
     auto input = OIIO::ImageInput::open(file.Path());
@@ -165,7 +148,7 @@ void OpenImage(benchmark::State& state, Bytes (*make)(), const char* suffix) {
 
 // Demuxing, decoding to palette numbers and conversion to RGBA.
 void Libavformat(benchmark::State& state, Bytes (*make)(), const char* suffix) {
-  const MemoryFile file(suffix, make());
+  const test::MemoryFile file(make(), suffix);
   AVPacket* packet = av_packet_alloc();
   AVFrame* frame = av_frame_alloc();
   std::vector<unsigned char> pixels(std::size_t{4} * kIlbmSide * kIlbmSide);

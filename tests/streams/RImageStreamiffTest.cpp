@@ -15,9 +15,7 @@ using test::IlbmBmhd;
 using test::IlbmBuilder;
 using test::PixelsOf;
 
-RDestroyPtr<RImage> Read(const Bytes& bytes) {
-  return test::ReadBytesWith<RImageStreamiff>(bytes, "file.iff");
-}
+RDestroyPtr<RImage> Read(const Bytes& bytes) { return test::ReadBytesWith<RImageStreamiff>(bytes, ".iff"); }
 RDestroyPtr<RImage> Read(const IlbmBuilder& file) { return Read(file.Build()); }
 Bytes PixelsOfFile(const IlbmBuilder& file) { return PixelsOf(Read(file).get()); }
 

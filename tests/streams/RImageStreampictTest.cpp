@@ -15,9 +15,7 @@ using test::Bytes;
 using test::PicBuilder;
 using test::PixelsOf;
 
-RDestroyPtr<RImage> Read(const Bytes& bytes) {
-  return test::ReadBytesWith<RImageStreampict>(bytes, "file.pic");
-}
+RDestroyPtr<RImage> Read(const Bytes& bytes) { return test::ReadBytesWith<RImageStreampict>(bytes, ".pic"); }
 Bytes PixelsOfFile(const PicBuilder& file) { return PixelsOf(Read(file.Build()).get()); }
 
 TEST(RImageStreampict, HasTheClassInformation) {

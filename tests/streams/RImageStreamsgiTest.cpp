@@ -14,9 +14,7 @@ using test::GreyPixels;
 using test::PixelsOf;
 using test::SgiBuilder;
 
-RDestroyPtr<RImage> Read(const Bytes& bytes) {
-  return test::ReadBytesWith<RImageStreamsgi>(bytes, "file.sgi");
-}
+RDestroyPtr<RImage> Read(const Bytes& bytes) { return test::ReadBytesWith<RImageStreamsgi>(bytes, ".sgi"); }
 RDestroyPtr<RImage> Read(const SgiBuilder& file) { return Read(file.Build()); }
 Bytes PixelsOfFile(const SgiBuilder& file) { return PixelsOf(Read(file).get()); }
 

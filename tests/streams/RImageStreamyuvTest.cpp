@@ -15,9 +15,7 @@ constexpr std::size_t kLine = 1440;
 constexpr std::size_t kFrame = 486 * kLine;
 constexpr std::size_t kLongFrame = 576 * kLine;
 
-RDestroyPtr<RImage> Read(const Bytes& bytes) {
-  return test::ReadBytesWith<RImageStreamyuv>(bytes, "file.yuv");
-}
+RDestroyPtr<RImage> Read(const Bytes& bytes) { return test::ReadBytesWith<RImageStreamyuv>(bytes, ".yuv"); }
 
 RDestroyPtr<RImage> MakeImage(kImageFormat format, int width, int height) {
   RDestroyPtr<RImage> image(RImageCreate());

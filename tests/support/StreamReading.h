@@ -7,6 +7,7 @@
 #include "image/RDestroyPtr.h"
 #include "streams/RImageStream.h"
 #include "support/ByteWriter.h"
+#include "support/MemoryFile.h"
 #include "support/TestData.h"
 
 namespace test {
@@ -22,11 +23,12 @@ RDestroyPtr<RImage> ReadWith(const std::string& path) {
   return image;
 }
 
-/// Writes `bytes` to a file of that name and reads it through a `Stream`; null when the stream fails.
+/// Reads a file of these bytes, whose name ends with `suffix`, through a `Stream`; null when the stream
+/// fails.
 template <class Stream>
-RDestroyPtr<RImage> ReadBytesWith(const Bytes& bytes, const std::string& name) {
-  const TemporaryFolder folder;
-  return ReadWith<Stream>(folder.Write(name, bytes));
+RDestroyPtr<RImage> ReadBytesWith(const Bytes& bytes, const std::string& suffix) {
+  const MemoryFile file(bytes, suffix);
+  return ReadWith<Stream>(file.Path());
 }
 
 /// Returns the pixels of the first layer, bottom row first; none for null.
