@@ -89,6 +89,18 @@ TEST_F(Operations, ResizeIsLimitedByTheMemoryLimit) {
               testing::HasSubstr("more than the limit"));
 }
 
+#if !defined(__SANITIZE_ADDRESS__)  // which takes more address space by itself
+TEST_F(Operations, MemoryThatRunsOutIsAFailureOfTheInput) {
+  const std::string input = mFolder.Path("in.png");
+  test::Save(kPicture, input);
+  const auto result = RunTool({"convert", input, "--resize", "15000x15000", mFolder.Path("out.png")},
+                              {.mostMemory = 600L * 1024 * 1024});
+  EXPECT_EQ(result.code, 3);
+  EXPECT_EQ(result.errors,
+            "rimage: " + input + ": not enough memory (no picture can take more than 2 GiB)\n");
+}
+#endif
+
 TEST_F(Operations, SquarePadsAtTheTopAndBottom) {
   const Pixels fill(4, 0xFF0000FF);
   EXPECT_EQ(test::PixelsOf(Apply(kPicture, {"--square", "blue"})), Join({fill, kUpper, kLower, fill}));

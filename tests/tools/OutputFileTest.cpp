@@ -286,7 +286,7 @@ TEST_F(Output, ALongBatchCanBeInterrupted) {
   arguments.insert(arguments.end(), 5000, mInput);
   arguments.push_back(mFolder.Path("sheet.png"));
   test::ToolProcess tool(arguments);
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  ASSERT_TRUE(tool.WaitUntilStarted());
   tool.Signal(SIGINT);
   EXPECT_EQ(tool.Wait().code, 130);
   EXPECT_THAT(test::ListFolder(mFolder.Path("")), ElementsAre("in.png"));

@@ -119,6 +119,11 @@ TEST_F(ReadFailure, CutOffTga) {
   Refuse("cut.tga", "");
 }
 
+TEST_F(ReadFailure, NoPixels) {
+  (void)mFolder.Write("none.tga", {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 32, 8});
+  Refuse("none.tga", "the file holds no pixels");
+}
+
 TEST_F(ReadFailure, CutOffSvg) {
   const std::string svg = "<svg xmlns='http://www.w3.org/2000/svg' width='4' height='2'><rect width='4'";
   (void)mFolder.Write("cut.svg", {svg.begin(), svg.end()});

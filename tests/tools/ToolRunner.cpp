@@ -10,8 +10,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <thread>
 
 namespace test {
 
@@ -22,6 +25,13 @@ std::array<int, 2> MakePipe() {
   std::array<int, 2> ends = {-1, -1};
   EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
   return ends;
+}
+
+void Limit(int resource, long most) {
+  if (most < 0) return;
+  const auto value = static_cast<rlim_t>(most);
+  const rlimit limits{value, value};
+  if (setrlimit(static_cast<__rlimit_resource_t>(resource), &limits) != 0) _exit(126);
 }
 
 // Runs in the child process.
@@ -36,10 +46,8 @@ void Prepare(const ToolSettings& settings, int output, int errors) {
       if (prctl(PR_CAPBSET_DROP, power, 0, 0, 0) != 0) _exit(126);
     }
   }
-  if (settings.largestFile < 0) return;
-  const auto limit = static_cast<rlim_t>(settings.largestFile);
-  const rlimit limits{limit, limit};
-  if (setrlimit(RLIMIT_FSIZE, &limits) != 0) _exit(126);
+  Limit(RLIMIT_FSIZE, settings.largestFile);
+  Limit(RLIMIT_AS, settings.mostMemory);
 }
 
 // Takes what is there; false at the end.
@@ -77,6 +85,20 @@ ToolProcess::~ToolProcess() {
   }
   close(mOutput);
   close(mErrors);
+}
+
+bool ToolProcess::WaitUntilStarted() const {
+  const std::string path = "/proc/" + std::to_string(mProcess) + "/status";
+  for (int i = 0; i < 3000; ++i) {
+    std::ifstream status(path);
+    for (std::string line; std::getline(status, line);) {
+      if (!line.starts_with("SigCgt:")) continue;
+      const auto handled = std::stoull(line.substr(7), nullptr, 16);
+      if ((handled & (1ULL << (SIGINT - 1))) != 0) return true;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
 }
 
 void ToolProcess::Signal(int signal) const { kill(mProcess, signal); }

@@ -15,6 +15,7 @@ struct ToolSettings {
   std::vector<std::pair<std::string, std::string>> environment =
       {};                        ///< variables to set beside the inherited ones
   long largestFile = -1;         ///< limit of file sizes in bytes; -1: none
+  long mostMemory = -1;          ///< limit of the address space in bytes; -1: none
   std::string output = {};       ///< where standard output goes; empty: kept
   bool ignoreInterrupt = false;  ///< start with SIGINT ignored
   bool obeyPermissions = false;  ///< also as root, whom they do not bind otherwise
@@ -36,6 +37,8 @@ class ToolProcess {
   ToolProcess(const ToolProcess&) = delete;
   ToolProcess& operator=(const ToolProcess&) = delete;
 
+  /// Waits until the tool handles interruptions itself; false after half a minute.
+  bool WaitUntilStarted() const;
   void Signal(int signal) const;
   ToolResult Wait();
 

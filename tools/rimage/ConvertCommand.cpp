@@ -62,7 +62,9 @@ ExitCode Run(Host& host, const CLI::App& command, const Options& options) {
     ShowNote(options.input, fmt::format("the picture has {} layers, the first is taken", image.GetDepth()));
     image.SetDepth(1);
   }
-  for (const Step& step : steps) step(picture);
+  NamingMemoryFailure(ExitCode::kRead, options.input, [&] {
+    for (const Step& step : steps) step(picture);
+  });
   WritePicture(std::move(picture), options.output, options.write);
   return ExitCode::kOk;
 }

@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <QImageReader>
 #include <QLibraryInfo>
 #include <array>
 #include <memory>
@@ -42,12 +41,6 @@ const char* PurposeOf(std::string_view extension) {
   return "";
 }
 
-std::vector<std::string> QtReaders() {
-  std::vector<std::string> names;
-  for (const QByteArray& name : QImageReader::supportedImageFormats()) names.push_back(name.toStdString());
-  return names;
-}
-
 Json OpenGLJson(const Gpu& gpu) {
   Json json = {{"usable", gpu.IsUsable()}};
   if (!gpu.IsUsable()) {
@@ -69,7 +62,7 @@ Json OpenGLJson(const Gpu& gpu) {
 void PrintJson(const Gpu& gpu) {
   const Json json = {
       {"rimage", RIMAGE_VERSION},
-      {"qt", {{"version", qVersion()}, {"reads", QtReaders()}, {"writes", ListQtWriters()}}},
+      {"qt", {{"version", qVersion()}, {"reads", ListQtReaders()}, {"writes", ListQtWriters()}}},
       {"display",
        {{"platform", gpu.IsUsable() ? Json(gpu.Description().platform) : Json(nullptr)},
         {"name", gpu.Display().empty() ? Json(nullptr) : Json(gpu.Display())},
@@ -108,7 +101,7 @@ void PrintText(const Gpu& gpu) {
   for (const std::string& note : gpu.Notes()) PrintRow("Not used", note);
   PrintRow("Effects run", gpu.IsUsable() ? "with OpenGL" : "on the processor: " + gpu.Reason());
   if (gpu.IsUsable()) PrintDriver(gpu.Description());
-  fmt::print("Qt reads:\n  {}\nQt writes:\n  {}\n", fmt::join(QtReaders(), ", "),
+  fmt::print("Qt reads:\n  {}\nQt writes:\n  {}\n", fmt::join(ListQtReaders(), ", "),
              fmt::join(ListQtWriters(), ", "));
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <exception>
+#include <new>
 #include <string>
 
 /// What the program answers to its caller.
@@ -43,3 +44,13 @@ void ShowNote(const std::string& subject, const std::string& text);
 
 /// Shows the failure's message on standard error.
 void Show(const Failure& failure);
+
+/// Does the work; memory that runs out in it becomes a failure that names its subject.
+template <class Work>
+auto NamingMemoryFailure(ExitCode code, const std::string& subject, const Work& work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    throw Failure(code, subject, "not enough memory", "no picture can take more than 2 GiB");
+  }
+}

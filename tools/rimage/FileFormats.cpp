@@ -10,9 +10,7 @@
 #include <string_view>
 
 #include "Failure.h"
-#include "image/RDestroyPtr.h"
 #include "rbaselib/RObjectRegistry.h"
-#include "rbaselib/RStream.h"
 #include "streams/RImageStreamQT.h"
 
 namespace {
@@ -35,7 +33,7 @@ const Target* FindTarget(std::string_view extension) {
   return row == kTargets.end() ? nullptr : row;
 }
 
-RDestroyPtr<RStream> CreateStream(const char* group, const std::string& extension) {
+RDestroyPtr<RStream> CreateStreamFor(const char* group, const std::string& extension) {
   IObject* face = Object_Create(group, extension.c_str());
   return RDestroyPtr<RStream>(face ? dynamic_cast<RStream*>(face->IQuery(0, 0)) : nullptr);
 }
@@ -90,7 +88,7 @@ std::vector<StreamEntry> ListStreams(const char* group) {
       reading ? QImageReader::supportedImageFormats() : QImageWriter::supportedImageFormats();
   std::vector<StreamEntry> entries;
   for (const std::string& extension : Extensions(group)) {
-    const auto stream = CreateStream(group, extension);
+    const auto stream = CreateStreamFor(group, extension);
     if (!stream) continue;
     entries.push_back({extension, stream->GetClassIdName(), IsAvailable(*stream, extension, qtFormats)});
   }
@@ -108,8 +106,18 @@ std::vector<std::string> ListQtWriters() {
   return extensions;
 }
 
+std::vector<std::string> ListQtReaders() {
+  std::vector<std::string> names;
+  for (const QByteArray& name : QImageReader::supportedImageFormats()) names.push_back(name.toStdString());
+  return names;
+}
+
+RDestroyPtr<RStream> CreateStream(const char* group, const std::string& path) {
+  return CreateStreamFor(group, ExtensionOf(path));
+}
+
 std::optional<std::string> StreamClass(const char* group, const std::string& path) {
-  const auto stream = CreateStream(group, ExtensionOf(path));
+  const auto stream = CreateStream(group, path);
   if (!stream) return std::nullopt;
   return stream->GetClassIdName();
 }

@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "image/RDestroyPtr.h"
+#include "rbaselib/RStream.h"
+
 /// The groups of the module's registrations.
 inline constexpr const char* kReaderGroup = "Stream/Reader/Image";
 inline constexpr const char* kWriterGroup = "Stream/Writer/Image";
@@ -34,6 +37,12 @@ std::string PlainPath(const std::string& path);
 std::vector<StreamEntry> ListStreams(const char* group);
 /// Returns the extensions that have no registered writer but that the module writes through Qt.
 std::vector<std::string> ListQtWriters();
+
+/// Returns the names under which Qt knows the contents of files.
+std::vector<std::string> ListQtReaders();
+
+/// Returns a new stream that is registered for the path's extension; null when there is none.
+RDestroyPtr<RStream> CreateStream(const char* group, const std::string& path);
 
 /// Returns the class of the registered stream for the path's extension; nothing when there is none.
 std::optional<std::string> StreamClass(const char* group, const std::string& path);

@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <QImageReader>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -12,12 +11,6 @@
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::vector<std::string> QtReaders() {
-  std::vector<std::string> names;
-  for (const QByteArray& name : QImageReader::supportedImageFormats()) names.push_back(name.toStdString());
-  return names;
-}
 
 Json ToJson(const std::vector<StreamEntry>& entries) {
   Json list = Json::array();
@@ -31,7 +24,7 @@ Json ToJson(const std::vector<StreamEntry>& entries) {
 void PrintJson() {
   const Json json = {{"readers", ToJson(ListStreams(kReaderGroup))},
                      {"writers", ToJson(ListStreams(kWriterGroup))},
-                     {"qt", {{"reads", QtReaders()}, {"writes", ListQtWriters()}}}};
+                     {"qt", {{"reads", ListQtReaders()}, {"writes", ListQtWriters()}}}};
   fmt::print("{}\n", json.dump(2));
 }
 
@@ -48,7 +41,7 @@ void PrintText() {
   PrintEntries("Writers, by extension:", ListStreams(kWriterGroup));
   fmt::print("Written through Qt as well:\n  {}\n", fmt::join(ListQtWriters(), ", "));
   fmt::print("Contents that Qt knows in files of the RImageStreamQT extensions:\n  {}\n",
-             fmt::join(QtReaders(), ", "));
+             fmt::join(ListQtReaders(), ", "));
 }
 
 }  // namespace

@@ -135,18 +135,14 @@ RDestroyPtr<RImage> ReadImage(const std::string& path) {
   RDestroyPtr<RImage> image(RImage::ImageFileRead(path.c_str()));
   const auto messages = held.Take();
   if (!image) FailDamaged(path, messages);
-  if (!image->GetImageBits()) throw Failure(ExitCode::kRead, path, "the file holds no pixels");
+  const bool empty = image->GetWidth() < 1 || image->GetHeight() < 1 || image->GetDepth() < 1;
+  if (empty || !image->GetImageBits()) throw Failure(ExitCode::kRead, path, "the file holds no pixels");
   CheckComplete(path, messages);
   PassOn(path, messages);
   return image;
 }
 
-}  // namespace
-
-FilePicture ReadPictureFile(Host& host, const std::string& name, const ReadOptions& options) {
-  CheckFile(name);
-  const std::string path = PlainPath(name);
-  CheckReader(path);
+FilePicture Read(Host& host, const std::string& path, const ReadOptions& options) {
   QImageReader::setAllocationLimit(static_cast<int>(options.maxMemory >> 20U));
   const QtDescription qt = Describe(path);
   // What a vector picture is drawn with exists in a GUI application only.
@@ -161,6 +157,14 @@ FilePicture ReadPictureFile(Host& host, const std::string& name, const ReadOptio
   file.picture.alpha = StateOf(qt, image.GetFormat());
   if (options.orient) ApplyOrientation(file.picture, qt.orientation);
   return file;
+}
+
+}  // namespace
+
+FilePicture ReadPictureFile(Host& host, const std::string& name, const ReadOptions& options) {
+  CheckFile(name);
+  CheckReader(name);
+  return NamingMemoryFailure(ExitCode::kRead, name, [&] { return Read(host, PlainPath(name), options); });
 }
 
 Picture ReadPicture(Host& host, const std::string& path, const ReadOptions& options) {

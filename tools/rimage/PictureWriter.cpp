@@ -4,8 +4,6 @@
 #include "HeldMessages.h"
 #include "OutputFile.h"
 #include "PictureFile.h"
-#include "rbaselib/RObjectRegistry.h"
-#include "rbaselib/RStream.h"
 #include "streams/RCheckedFile.h"
 
 namespace {
@@ -19,13 +17,8 @@ bool PrepareColours(Picture& picture, TargetAlpha target) {
   return target == TargetAlpha::kQt && picture.alpha == AlphaState::kStraight;
 }
 
-RDestroyPtr<RStream> CreateWriter(const std::string& path) {
-  IObject* face = Object_Create(kWriterGroup, ExtensionOf(path).c_str());
-  return RDestroyPtr<RStream>(face ? dynamic_cast<RStream*>(face->IQuery(0, 0)) : nullptr);
-}
-
 bool WriteByModule(RImage& image, const std::string& path, const WriteOptions& options) {
-  const auto writer = CreateWriter(path);
+  const auto writer = CreateStream(kWriterGroup, path);
   if (!writer) return RImage::WriteToDisk(&image, path.c_str(), "", options.quality, options.compression);
   RStreamOptions streamOptions;
   streamOptions.quality = options.quality;
@@ -43,10 +36,7 @@ bool WriteByQt(const Picture& picture, const std::string& path, const WriteOptio
   return writer.write(ToQImage(picture)) && file.Finish();
 }
 
-}  // namespace
-
-void WritePicture(Picture picture, const std::string& path, const WriteOptions& options) {
-  CheckWriter(path);
+void Write(Picture& picture, const std::string& path, const WriteOptions& options) {
   // The module's writer takes the colours of RGBA pixels as premultiplied; straight ones are written here.
   const bool straight = PrepareColours(picture, AlphaOfTarget(path));
   OutputFile output(path);
@@ -60,4 +50,11 @@ void WritePicture(Picture picture, const std::string& path, const WriteOptions& 
                   reason.empty() && !messages.empty() ? Printable(messages.back()) : "");
   }
   output.Commit();
+}
+
+}  // namespace
+
+void WritePicture(Picture picture, const std::string& path, const WriteOptions& options) {
+  CheckWriter(path);
+  NamingMemoryFailure(ExitCode::kWrite, path, [&] { Write(picture, path, options); });
 }
