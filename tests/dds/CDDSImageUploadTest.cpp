@@ -35,12 +35,6 @@ DdsBuilder Rgb(std::uint32_t width, std::uint32_t height) {
   return builder;
 }
 
-DdsBuilder Rgba(std::uint32_t width, std::uint32_t height) {
-  DdsBuilder builder(width, height);
-  builder.Masks(0x41, 32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000);
-  return builder;
-}
-
 // Levels of random blocks or pixels: sizes in bytes, largest first.
 DdsBuilder& AddLevels(DdsBuilder& builder, const std::vector<Bytes>& levels) {
   for (const Bytes& level : levels) builder.Data(level);
@@ -215,7 +209,7 @@ TEST_F(CDDSImageUploadTest, DeliberateCubeFacesSetTheLevelsOfThe2DTarget) {
     expected += "glTexImage2D" + call + ", 1, GL_RGBA, 1, 1, 0, GL_RGBA, GL_UNSIGNED_BYTE, ptr)\n";
     expected += Parameters("GL_TEXTURE_2D", 1);
   }
-  DdsBuilder file = Rgba(2, 2).Cubemap().Mipmaps(2);
+  DdsBuilder file = DdsBuilder::Rgba(2, 2).Cubemap().Mipmaps(2);
   for (std::uint32_t face = 0; face < 6; ++face) AddLevels(file, {Noise(16, face), Noise(4, face)});
   CDDSImage image = Load(file);
   ASSERT_TRUE(image.is_cubemap());
@@ -241,7 +235,7 @@ TEST_F(CDDSImageUploadTest, ACubeMapOfAFileThatIsNoneHasOneFace) {
 TEST_F(CDDSImageUploadTest, VolumesGoToTheThreeDimensionalTarget) {
   const Bytes top = Noise(4 * 2 * 2 * 4);
   const Bytes small = Noise(2 * 1 * 1 * 4, 2);
-  CDDSImage image = Load(AddLevels(Rgba(4, 2).Volume(2).Mipmaps(2), {top, small}));
+  CDDSImage image = Load(AddLevels(DdsBuilder::Rgba(4, 2).Volume(2).Mipmaps(2), {top, small}));
   ASSERT_TRUE(image.is_volume());
   glBindTexture(GL_TEXTURE_3D, mTexture);
   const GLRecorder recorder;
@@ -281,7 +275,7 @@ TEST_F(CDDSImageUploadTest, TheTwoDimensionalTargetTakesTheFirstSliceOfAVolume) 
 TEST_F(CDDSImageUploadTest, OneDimensionalTexturesTakeTheFirstRow) {
   const Bytes top = Noise(16);
   const Bytes small = Noise(8, 2);
-  CDDSImage image = Load(AddLevels(Rgba(4, 1).Mipmaps(2), {top, small}));
+  CDDSImage image = Load(AddLevels(DdsBuilder::Rgba(4, 1).Mipmaps(2), {top, small}));
   glBindTexture(GL_TEXTURE_1D, mTexture);
   const GLRecorder recorder;
   EXPECT_TRUE(image.upload_texture1D(32768));

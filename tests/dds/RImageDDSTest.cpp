@@ -17,12 +17,6 @@ using test::Noise;
 
 using ImagePtr = RDestroyPtr<RImageDDS>;
 
-DdsBuilder Rgba(std::uint32_t width, std::uint32_t height) {
-  DdsBuilder builder(width, height);
-  builder.Masks(0x41, 32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000);
-  return builder;
-}
-
 ImagePtr Load(const DdsBuilder& builder) {
   const test::TemporaryFolder folder;
   ImagePtr image(new RImageDDS);
@@ -49,7 +43,7 @@ TEST_F(RImageDDSTest, StartsEmpty) {
 }
 
 TEST_F(RImageDDSTest, CopiesHaveTexturesOfTheirOwn) {
-  const ImagePtr image = Load(Rgba(2, 2).Data(Noise(16)));
+  const ImagePtr image = Load(DdsBuilder::Rgba(2, 2).Data(Noise(16)));
   RImageDDS copy(*image);
   RImageDDS assigned;
   assigned = *image;
@@ -63,7 +57,7 @@ TEST_F(RImageDDSTest, CopiesHaveTexturesOfTheirOwn) {
 }
 
 TEST_F(RImageDDSTest, DrawCurrentMakesBindsAndFillsATexture) {
-  const ImagePtr image = Load(Rgba(2, 2).Data(Noise(16)));
+  const ImagePtr image = Load(DdsBuilder::Rgba(2, 2).Data(Noise(16)));
   unsigned int texture = 0;
   const GLRecorder recorder;
   image->DrawCurrent(kVideoTexture2D, 32768, texture);
@@ -77,7 +71,7 @@ TEST_F(RImageDDSTest, DrawCurrentMakesBindsAndFillsATexture) {
 }
 
 TEST_F(RImageDDSTest, DrawCurrentUsesTheTextureOfTheCaller) {
-  const ImagePtr image = Load(Rgba(2, 2).Data(Noise(16)));
+  const ImagePtr image = Load(DdsBuilder::Rgba(2, 2).Data(Noise(16)));
   unsigned int texture = 0;
   glGenTextures(1, &texture);
   const unsigned int before = texture;
@@ -90,7 +84,7 @@ TEST_F(RImageDDSTest, DrawCurrentUsesTheTextureOfTheCaller) {
 }
 
 TEST_F(RImageDDSTest, AnyOtherTypeIsTwoDimensional) {
-  const ImagePtr image = Load(Rgba(2, 2).Data(Noise(16)));
+  const ImagePtr image = Load(DdsBuilder::Rgba(2, 2).Data(Noise(16)));
   for (const int type : {0, 3, -1, 1000}) {
     unsigned int texture = 0;
     const GLRecorder recorder;
@@ -113,7 +107,7 @@ TEST_F(RImageDDSTest, WithoutAFileNothingIsDrawn) {
 }
 
 TEST_F(RImageDDSTest, ACubeMapNeedsAFileThatIsOne) {
-  const ImagePtr image = Load(Rgba(2, 2).Data(Noise(16)));
+  const ImagePtr image = Load(DdsBuilder::Rgba(2, 2).Data(Noise(16)));
   unsigned int texture = 0;
   const GLRecorder recorder;
   image->DrawCurrent(kVideoTextureCubeMap, 32768, texture);
@@ -122,7 +116,7 @@ TEST_F(RImageDDSTest, ACubeMapNeedsAFileThatIsOne) {
 }
 
 TEST_F(RImageDDSTest, ACubeMapShowsItsSixFaces) {
-  DdsBuilder file = Rgba(2, 2).Cubemap();
+  DdsBuilder file = DdsBuilder::Rgba(2, 2).Cubemap();
   for (std::uint32_t face = 0; face < 6; ++face) file.Data(Noise(16, face));
   const ImagePtr image = Load(file);
   unsigned int texture = 0;
@@ -138,7 +132,7 @@ TEST_F(RImageDDSTest, ACubeMapShowsItsSixFaces) {
 }
 
 TEST_F(RImageDDSTest, DeliberateAVolumeTextureRefusesVolumeFiles) {
-  const ImagePtr image = Load(Rgba(2, 2).Volume(2).Data(Noise(32)));
+  const ImagePtr image = Load(DdsBuilder::Rgba(2, 2).Volume(2).Data(Noise(32)));
   ASSERT_TRUE(image->DDSImage().is_volume());
   unsigned int texture = 0;
   const GLRecorder recorder;
@@ -148,7 +142,7 @@ TEST_F(RImageDDSTest, DeliberateAVolumeTextureRefusesVolumeFiles) {
 }
 
 TEST_F(RImageDDSTest, DeliberateAVolumeTextureTakesFlatFiles) {
-  const ImagePtr image = Load(Rgba(2, 2).Data(Noise(16)));
+  const ImagePtr image = Load(DdsBuilder::Rgba(2, 2).Data(Noise(16)));
   unsigned int texture = 0;
   const GLRecorder recorder;
   image->DrawCurrent(kVideoTextureVolume, 32768, texture);
@@ -160,7 +154,8 @@ TEST_F(RImageDDSTest, DeliberateAVolumeTextureTakesFlatFiles) {
 }
 
 TEST_F(RImageDDSTest, TheLevelLimitsWhatIsUploaded) {
-  const ImagePtr image = Load(Rgba(4, 4).Mipmaps(3).Data(Noise(64)).Data(Noise(16, 2)).Data(Noise(4, 3)));
+  const ImagePtr image =
+      Load(DdsBuilder::Rgba(4, 4).Mipmaps(3).Data(Noise(64)).Data(Noise(16, 2)).Data(Noise(4, 3)));
   unsigned int texture = 0;
   image->DrawCurrent(kVideoTexture2D, 2, texture);
   EXPECT_EQ(test::ReadTexture(texture, GL_RGBA).bytes, Noise(16, 2));

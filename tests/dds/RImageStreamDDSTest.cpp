@@ -2,11 +2,9 @@
 #include "dds/RImageStreamDDS.h"
 
 #include <GL/gl.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <atomic>
-#include <filesystem>
 #include <thread>
 
 #include "dds/RImageDDS.h"
@@ -15,6 +13,7 @@
 #include "module/EntryPointrimage.h"
 #include "support/DdsBuilder.h"
 #include "support/GLTest.h"
+#include "support/ProcessResources.h"
 #include "support/SampleManifest.h"
 #include "support/TestData.h"
 
@@ -46,12 +45,6 @@ Result Open(const DdsBuilder& file) {
   return Open(folder.Write("file.dds", file.File()));
 }
 
-DdsBuilder Rgba(std::uint32_t width, std::uint32_t height) {
-  DdsBuilder builder(width, height);
-  builder.Masks(0x41, 32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000);
-  return builder;
-}
-
 Bytes Layer(RImage& image, unsigned layer) {
   const unsigned char* first = image.GetImageBitsAtDepth(layer);
   return {first, first + static_cast<std::ptrdiff_t>(image.GetWidth()) * image.GetHeight() * 4};
@@ -79,7 +72,7 @@ class RImageStreamDDSTest : public test::GLTest {
 
 TEST_F(RImageStreamDDSTest, ReadsPixelsBottomRowFirst) {
   const Bytes pixels = Noise(10 * 6 * 4);
-  const Result result = Open(Rgba(10, 6).Data(pixels));
+  const Result result = Open(DdsBuilder::Rgba(10, 6).Data(pixels));
   ASSERT_TRUE(result.opened);
   EXPECT_EQ(result.image->GetWidth(), 10);
   EXPECT_EQ(result.image->GetHeight(), 6);
@@ -113,7 +106,7 @@ TEST_F(RImageStreamDDSTest, DrawsOneQuadInAPlainState) {
 
 TEST_F(RImageStreamDDSTest, BindsItsTextureAgainAfterMakingTheFramebuffer) {
   const GLRecorder recorder;
-  ASSERT_TRUE(Open(Rgba(2, 2).Data(Noise(16))).opened);
+  ASSERT_TRUE(Open(DdsBuilder::Rgba(2, 2).Data(Noise(16))).opened);
   const auto& calls = recorder.Calls();
   const auto at = [&](const std::string& start) {
     return std::find_if(calls.begin(), calls.end(),
@@ -141,7 +134,7 @@ TEST_F(RImageStreamDDSTest, ViewportSidesAreEvenAndAtLeast64) {
   for (const Case& row :
        {Case{1, 1, "64, 64"}, Case{64, 63, "64, 64"}, Case{65, 66, "66, 66"}, Case{101, 3, "102, 64"}}) {
     const GLRecorder recorder;
-    ASSERT_TRUE(Open(Rgba(row.width, row.height).Data(Noise(row.width * row.height * 4))).opened);
+    ASSERT_TRUE(Open(DdsBuilder::Rgba(row.width, row.height).Data(Noise(row.width * row.height * 4))).opened);
     const std::string first = recorder.Text({"glViewport"});
     EXPECT_EQ(first.substr(0, first.find('\n')), std::string("glViewport(0, 0, ") + row.viewport + ")");
   }
@@ -157,8 +150,8 @@ class RImageStreamDDSSizeTest : public RImageStreamDDSTest, public testing::With
 TEST_P(RImageStreamDDSSizeTest, PlainPixelsArriveByteForByte) {
   const auto [width, height] = GetParam();
   const Bytes pixels = Noise(static_cast<std::size_t>(width * height) * 4);
-  const Result result =
-      Open(Rgba(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)).Data(pixels));
+  const Result result = Open(
+      DdsBuilder::Rgba(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)).Data(pixels));
   ASSERT_TRUE(result.opened);
   EXPECT_EQ(Layer(*result.image, 0), Flipped(pixels, width));
 }
@@ -183,7 +176,7 @@ TEST_F(RImageStreamDDSTest, OddRgbRowsArriveByteForByte) {
 }
 
 TEST_F(RImageStreamDDSTest, KeepsTheFilesTextures) {
-  const Result result = Open(Rgba(4, 4).Mipmaps(3).Data(Noise(64 + 16 + 4)));
+  const Result result = Open(DdsBuilder::Rgba(4, 4).Mipmaps(3).Data(Noise(64 + 16 + 4)));
   ASSERT_TRUE(result.opened);
   EXPECT_TRUE(result.image->DDSImage().is_valid());
   EXPECT_EQ(result.image->DDSImage().get_num_mipmaps(), 2);
@@ -196,7 +189,7 @@ TEST_F(RImageStreamDDSTest, KeepsTheFilesTextures) {
 
 TEST_F(RImageStreamDDSTest, DeliberateTheSlicesOfAVolumeRepeatTheFirstOne) {
   const Bytes slices = Noise(3 * 4 * 2 * 4);
-  const Result result = Open(Rgba(4, 2).Volume(3).Data(slices));
+  const Result result = Open(DdsBuilder::Rgba(4, 2).Volume(3).Data(slices));
   ASSERT_TRUE(result.opened);
   EXPECT_EQ(result.image->GetDepth(), 3);
   const Bytes first = Flipped(Bytes(slices.begin(), slices.begin() + 32), 4);
@@ -215,7 +208,7 @@ TEST_F(RImageStreamDDSTest, CompressedVolumesShowTheirFirstSlice) {
 }
 
 TEST_F(RImageStreamDDSTest, CubeMapsShowTheirFirstFaceUnflipped) {
-  DdsBuilder file = Rgba(4, 4).Cubemap();
+  DdsBuilder file = DdsBuilder::Rgba(4, 4).Cubemap();
   for (std::uint32_t face = 0; face < 6; ++face) file.Data(Noise(64, face));
   const Result result = Open(file);
   ASSERT_TRUE(result.opened);
@@ -229,7 +222,7 @@ TEST_F(RImageStreamDDSTest, AfterwardsNoContextIsCurrentAndTheCallersStateIsUnto
   glScissor(1, 2, 3, 4);
   glColor4f(0.5F, 0.25F, 0, 1);
   const std::string before = test::GLStateText();
-  ASSERT_TRUE(Open(Rgba(2, 2).Data(Noise(16))).opened);
+  ASSERT_TRUE(Open(DdsBuilder::Rgba(2, 2).Data(Noise(16))).opened);
   EXPECT_EQ(QOpenGLContext::currentContext(), nullptr);
   ASSERT_TRUE(Host().MakeCurrent());
   EXPECT_EQ(test::GLStateText(), before);
@@ -237,12 +230,12 @@ TEST_F(RImageStreamDDSTest, AfterwardsNoContextIsCurrentAndTheCallersStateIsUnto
 
 TEST_F(RImageStreamDDSTest, NeedsNoContextOfTheCaller) {
   Host().Context().doneCurrent();
-  EXPECT_TRUE(Open(Rgba(2, 2).Data(Noise(16))).opened);
+  EXPECT_TRUE(Open(DdsBuilder::Rgba(2, 2).Data(Noise(16))).opened);
   EXPECT_EQ(QOpenGLContext::currentContext(), nullptr);
 }
 
 TEST_F(RImageStreamDDSTest, AContextThatCannotBeMadeCurrentFailsAndLeavesNone) {
-  const DdsBuilder file = Rgba(2, 2).Data(Noise(16));
+  const DdsBuilder file = DdsBuilder::Rgba(2, 2).Data(Noise(16));
   {
     const test::MakeCurrentFailure failure;
     const Result result = Open(file);
@@ -259,8 +252,8 @@ TEST_F(RImageStreamDDSTest, TwoThreadsReadAtOnce) {
   const test::TemporaryFolder folder;
   const Bytes first = Noise(101 * 67 * 4, 1);
   const Bytes second = Noise(64 * 64 * 4, 2);
-  const std::string paths[] = {folder.Write("a.dds", Rgba(101, 67).Data(first).File()),
-                               folder.Write("b.dds", Rgba(64, 64).Data(second).File())};
+  const std::string paths[] = {folder.Write("a.dds", DdsBuilder::Rgba(101, 67).Data(first).File()),
+                               folder.Write("b.dds", DdsBuilder::Rgba(64, 64).Data(second).File())};
   const Bytes expected[] = {Flipped(first, 101), Flipped(second, 64)};
   std::atomic<int> correct = 0;
   const auto read = [&](int which) {
@@ -302,7 +295,7 @@ TEST_F(RImageStreamDDSTest, ReplacesTheImageThatWasAttached) {
   const RDestroyPtr<RImage> before(RImageCreate());
   RImageStreamDDS stream;
   stream.SetImage(before.get());
-  stream.SetFileName(folder.Write("file.dds", Rgba(2, 2).Data(Noise(16)).File()).c_str());
+  stream.SetFileName(folder.Write("file.dds", DdsBuilder::Rgba(2, 2).Data(Noise(16)).File()).c_str());
   ASSERT_TRUE(stream.StreamOpen(nullptr));
   const RDestroyPtr<RImage> image(stream.GetImage(false));
   EXPECT_NE(image.get(), before.get());
@@ -330,7 +323,7 @@ TEST_F(RImageStreamDDSTest, TheHostReadsDdsFilesThroughIt) {
   EntryPointrimage(kDllStart);
   const test::TemporaryFolder folder;
   const Bytes pixels = Noise(16);
-  const std::string path = folder.Write("file.DDS", Rgba(2, 2).Data(pixels).File());
+  const std::string path = folder.Write("file.DDS", DdsBuilder::Rgba(2, 2).Data(pixels).File());
   const RDestroyPtr<RImage> image(RImage::ImageFileRead(path.c_str()));
   ASSERT_TRUE(image);
   EXPECT_TRUE(image->Is(RImageDDS::ClassId));
@@ -394,22 +387,18 @@ INSTANTIATE_TEST_SUITE_P(Files, RImageStreamDDSSampleTest, testing::ValuesIn(tes
 
 // --- Leaks.
 
-std::size_t OpenFiles() {
-  const std::filesystem::directory_iterator folder("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
-}
-
 TEST_F(RImageStreamDDSTest, RepeatedReadsLeakNeitherObjectsNorFiles) {
   const test::TemporaryFolder folder;
-  const std::string path = folder.Write("file.dds", Rgba(200, 100).Data(Noise(200 * 100 * 4)).File());
+  const std::string path =
+      folder.Write("file.dds", DdsBuilder::Rgba(200, 100).Data(Noise(200 * 100 * 4)).File());
   for (int i = 0; i < 10; ++i) ASSERT_TRUE(Open(path).opened);
-  const std::size_t files = OpenFiles();
-  const auto memory = mallinfo2().uordblks;
+  const std::size_t files = test::OpenFiles();
+  const auto memory = test::HeapBytes();
   for (int i = 0; i < 50; ++i) ASSERT_TRUE(Open(path).opened);
-  EXPECT_EQ(OpenFiles(), files);
+  EXPECT_EQ(test::OpenFiles(), files);
   EXPECT_EQ(test::LiveGLObjects(), "");
   // Each read's pixels take 80,000 bytes; what the window system keeps of each context is not ours.
-  EXPECT_LT(mallinfo2().uordblks, memory + 50U * 20'000U);
+  EXPECT_LT(test::HeapBytes(), memory + 50U * 20'000U);
 }
 
 }  // namespace

@@ -1,15 +1,14 @@
 // Tests of the OpenGL incarnation of the image record.
 #include <GL/gl.h>
 #include <GL/glext.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 
 #include "image/RDestroyPtr.h"
 #include "image/RImage.h"
 #include "support/GLTest.h"
+#include "support/ProcessResources.h"
 
 namespace {
 
@@ -840,11 +839,6 @@ TEST_F(RImageGLTest, ClearWithoutAContextKeepsTheNameForLater) {
 
 // --- Leaks.
 
-std::size_t OpenFiles() {
-  const std::filesystem::directory_iterator folder("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
-}
-
 TEST_F(RImageGLTest, CyclesLeakNeitherMemoryNorObjectsNorFiles) {
   const auto cycle = [] {
     const ImagePtr image = MakeImage(kImageFormatRGBA, 300, 200);
@@ -854,13 +848,13 @@ TEST_F(RImageGLTest, CyclesLeakNeitherMemoryNorObjectsNorFiles) {
   };
   for (int i = 0; i < 10; ++i) cycle();
   glFinish();
-  const auto memory = mallinfo2().uordblks;
-  const std::size_t files = OpenFiles();
+  const auto memory = test::HeapBytes();
+  const std::size_t files = test::OpenFiles();
   for (int i = 0; i < 200; ++i) cycle();
   glFinish();
   // One image alone is 240,000 bytes; the driver's own lists may grow by a little.
-  EXPECT_LT(mallinfo2().uordblks, memory + 200'000);
-  EXPECT_EQ(OpenFiles(), files);
+  EXPECT_LT(test::HeapBytes(), memory + 200'000);
+  EXPECT_EQ(test::OpenFiles(), files);
   EXPECT_EQ(LiveGLObjects(), "");
 }
 

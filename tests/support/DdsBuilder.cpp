@@ -14,6 +14,12 @@ DdsBuilder::DdsBuilder(std::uint32_t width, std::uint32_t height) : mFile(kHeade
   Set(kPixelFormatSize, 32).Set(kCaps1, 0x1000);
 }
 
+DdsBuilder DdsBuilder::Rgba(std::uint32_t width, std::uint32_t height) {
+  DdsBuilder builder(width, height);
+  builder.Masks(0x41, 32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000);
+  return builder;
+}
+
 DdsBuilder& DdsBuilder::Set(std::size_t offset, std::uint32_t value) {
   for (std::size_t i = 0; i < 4; ++i) mFile.at(offset + i) = static_cast<unsigned char>(value >> (8 * i));
   return *this;

@@ -28,6 +28,8 @@ class DdsBuilder {
 
   /// A header without pixel format.
   DdsBuilder(std::uint32_t width, std::uint32_t height);
+  /// A file of red, green, blue and alpha bytes in this order.
+  static DdsBuilder Rgba(std::uint32_t width, std::uint32_t height);
 
   /// Sets a 32-bit field, little-endian.
   DdsBuilder& Set(std::size_t offset, std::uint32_t value);
