@@ -145,7 +145,7 @@ TEST_F(DoctorTest, RequiringAGpuFailsWithItsOwnCode) {
 }
 
 TEST_F(DoctorTest, OffStartsNothing) {
-  const Outcome outcome = Run(WithNotedServer(), "--gpu=off --json");
+  const Outcome outcome = Run(WithNotedServer(), "--gpu=never --json");
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(Json::parse(outcome.output)["effects"], "processor");
   EXPECT_NE(access(mFolder.Path("pid").c_str(), F_OK), 0) << "a server was started";

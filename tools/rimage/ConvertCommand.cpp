@@ -83,6 +83,7 @@ Command AddConvertCommand(CLI::App& app) {
   command->add_option("--compression", options->write.compression, "PNG: 0 to 100; TIFF: 0 none, 1 LZW")
       ->check(CLI::Range(0, 100));
   AddReadOptions(*command, options->read);
+  AddTextureOptions(*command, options->read.texture);
   command->footer(
       "What is seen stays as it is: whether colours are multiplied with alpha follows the formats, and "
       "formats\n"

@@ -18,16 +18,16 @@ std::string Environment(const char* name) {
 
 void AddGpuOption(CLI::App& app, GpuMode& mode) {
   static const std::map<std::string, GpuMode> kModes = {
-      {"auto", GpuMode::kAuto}, {"off", GpuMode::kOff}, {"require", GpuMode::kRequire}};
+      {"auto", GpuMode::kAuto}, {"never", GpuMode::kNever}, {"require", GpuMode::kRequire}};
   app.add_option("--gpu", mode, "Draw with OpenGL: auto (when there is a driver), off, or require")
       ->transform(CLI::CheckedTransformer(kModes))
-      ->type_name("auto|off|require")
+      ->type_name("auto|never|require")
       ->default_str("auto");
 }
 
 Gpu::Gpu(GpuMode mode) {
-  if (mode == GpuMode::kOff) {
-    mReason = "switched off with --gpu=off";
+  if (mode == GpuMode::kNever) {
+    mReason = "switched off with --gpu=never";
     return;
   }
   mIsUsable = TryEnvironment() || TryPrivateDisplay();

@@ -11,11 +11,11 @@
 
 enum class GpuMode {
   kAuto,     ///< the graphics card when there is one, else the processor
-  kOff,      ///< the processor
+  kNever,    ///< the processor
   kRequire,  ///< the graphics card, or failure
 };
 
-/// Adds --gpu=auto|off|require.
+/// Adds --gpu=auto|never|require.
 void AddGpuOption(CLI::App& app, GpuMode& mode);
 
 /// What a driver offers.

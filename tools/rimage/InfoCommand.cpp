@@ -16,6 +16,7 @@ using Json = nlohmann::ordered_json;
 struct Options {
   std::vector<std::string> files;
   bool json = false;
+  bool list = false;
   ReadOptions read;
 };
 
@@ -23,6 +24,13 @@ const char* AlphaName(const Picture& picture) {
   if (!HasAlpha(picture.image->GetFormat())) return "none";
   if (IsOpaque(picture)) return "opaque";
   return picture.alpha == AlphaState::kPremultiplied ? "premultiplied" : "straight";
+}
+
+Json DescribeTexture(const RDDSInfo& info) {
+  return {{"format", info.format},     {"width", info.width},     {"height", info.height},
+          {"depth", info.depth},       {"levels", info.levels},   {"faces", info.faces},
+          {"cubemap", info.isCubemap}, {"volume", info.isVolume}, {"compressed", info.isCompressed},
+          {"float", info.isFloat}};
 }
 
 Json Describe(const std::string& path, const FilePicture& file) {
@@ -34,15 +42,34 @@ Json Describe(const std::string& path, const FilePicture& file) {
     channels[kChannelNames[c]] = {
         {"min", measured[c].least}, {"max", measured[c].most}, {"mean", measured[c].mean}};
   }
-  return {{"file", path},
-          {"width", image.GetWidth()},
-          {"height", image.GetHeight()},
-          {"layers", image.GetDepth()},
-          {"format", FormatName(image.GetFormat())},
-          {"stream", StreamClass(kReaderGroup, path).value_or("")},
-          {"alpha", AlphaName(file.picture)},
-          {"orientation", OrientationName(file.orientation)},
-          {"channels", channels}};
+  Json info = {{"file", path},
+               {"width", image.GetWidth()},
+               {"height", image.GetHeight()},
+               {"layers", image.GetDepth()},
+               {"format", FormatName(image.GetFormat())},
+               {"stream", StreamClass(kReaderGroup, path).value_or("")},
+               {"alpha", AlphaName(file.picture)},
+               {"orientation", OrientationName(file.orientation)},
+               {"channels", channels}};
+  if (file.texture) info["texture"] = DescribeTexture(*file.texture);
+  return info;
+}
+
+void PrintTexture(const Json& texture) {
+  fmt::print("  texture: {} {} x {} x {}, levels: {}, faces: {}{}\n", texture["format"].get<std::string>(),
+             texture["width"].get<int>(), texture["height"].get<int>(), texture["depth"].get<int>(),
+             texture["levels"].get<int>(), texture["faces"].get<int>(),
+             texture["cubemap"].get<bool>() ? " (cube map)" : "");
+}
+
+// One line for each picture that --level, --face and --slice can ask for.
+void ListPictures(const RDDSInfo& info) {
+  for (int level = 0; level < info.levels; ++level) {
+    const int slices = RDDSDecoder::LevelSize(info.depth, level);
+    fmt::print("  level {}: {} x {}, faces: {}, slices: {}\n", level,
+               RDDSDecoder::LevelSize(info.width, level), RDDSDecoder::LevelSize(info.height, level),
+               info.faces, slices);
+  }
 }
 
 void PrintText(const Json& info) {
@@ -50,6 +77,7 @@ void PrintText(const Json& info) {
              info["width"].get<int>(), info["height"].get<int>(), info["format"].get<std::string>(),
              info["layers"].get<int>(), info["layers"] == 1 ? "" : "s", info["stream"].get<std::string>());
   fmt::print("  alpha: {}\n", info["alpha"].get<std::string>());
+  if (info.contains("texture")) PrintTexture(info["texture"]);
   const auto orientation = info["orientation"].get<std::string>();
   if (!orientation.empty()) fmt::print("  stored: {}\n", orientation);
   for (const auto& [name, channel] : info["channels"].items()) {
@@ -69,8 +97,10 @@ ExitCode Run(Host& host, const Options& options) {
   ExitCode worst = ExitCode::kOk;
   for (const std::string& path : options.files) {
     try {
-      Json info = Describe(path, ReadPictureFile(host, path, options.read));
+      const FilePicture file = ReadPictureFile(host, path, options.read);
+      Json info = Describe(path, file);
       if (!options.json) PrintText(info);
+      if (options.list && !options.json && file.texture) ListPictures(*file.texture);
       if (options.json) all.push_back(std::move(info));
     } catch (const Failure& failure) {
       Show(failure);
@@ -90,7 +120,9 @@ Command AddInfoCommand(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   command->add_option("FILE", options->files, "Pictures")->type_name("");
   command->add_flag("--json", options->json, "Print JSON: a list with an object for each file");
+  command->add_flag("--list", options->list, "List the levels of textures");
   AddReadOptions(*command, options->read);
+  AddTextureOptions(*command, options->read.texture);
   return {command, [command, options](Host& host) {
             Require(*command, "FILE", !options->files.empty());
             return Run(host, *options);

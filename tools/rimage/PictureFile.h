@@ -3,15 +3,18 @@
 
 #include <QImageIOHandler>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "Host.h"
 #include "Picture.h"
+#include "TextureReader.h"
 
 /// How pictures are read.
 struct ReadOptions {
   bool orient = true;                                     ///< turn pictures the way their files ask for
   std::uint64_t maxMemory = 1024ULL * 1024ULL * 1024ULL;  ///< bytes of pixels that one picture may take
+  TextureOptions texture;
 };
 
 /// How pictures are written.
@@ -24,6 +27,7 @@ struct WriteOptions {
 struct FilePicture {
   Picture picture;
   QImageIOHandler::Transformations orientation;  ///< what the file asks for, applied or not
+  std::optional<RDDSInfo> texture = {};          ///< the whole of a texture file
 };
 
 /// Reads a file through the reader that is registered for its extension. Failures tell apart a file that is

@@ -142,7 +142,14 @@ RDestroyPtr<RImage> ReadImage(const std::string& path) {
   return image;
 }
 
+FilePicture ReadTextureFile(const std::string& path, const ReadOptions& options) {
+  RDDSDecoder decoder;
+  LoadTexture(path, decoder);
+  return {ReadTexture(path, decoder, options.texture, options.maxMemory), {}, decoder.GetInfo()};
+}
+
 FilePicture Read(Host& host, const std::string& path, const ReadOptions& options) {
+  if (IsTexture(path)) return ReadTextureFile(path, options);
   QImageReader::setAllocationLimit(static_cast<int>(options.maxMemory >> 20U));
   const QtDescription qt = Describe(path);
   // What a vector picture is drawn with exists in a GUI application only.

@@ -1,0 +1,111 @@
+#include "TextureReader.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <span>
+#include <string_view>
+
+#include "FileFormats.h"
+#include "dds/RImageStreamDDS.h"
+
+namespace {
+
+void CheckIndex(const std::string& path, const char* what, int index, int count) {
+  if (index < count) return;
+  throw Failure(ExitCode::kRead, path, fmt::format("there is no {} {}", what, index),
+                fmt::format("the texture has {}, counted from 0", count));
+}
+
+unsigned char ToByte(float value) {
+  // Written so that what is no number becomes 0.
+  if (!(value > 0)) return 0;
+  return static_cast<unsigned char>(std::lround(std::min(value, 1.0F) * 255));
+}
+
+// Colours follow the exposure, alpha does not.
+void Expose(std::span<const unsigned char> floats, double exposure, unsigned char* rgba) {
+  const auto factor = static_cast<float>(std::exp2(exposure));
+  for (std::size_t i = 0; i < floats.size() / sizeof(float); ++i) {
+    float value = 0;
+    std::memcpy(&value, floats.data() + i * sizeof(float), sizeof(float));
+    rgba[i] = ToByte(i % 4 == 3 ? value : value * factor);
+  }
+}
+
+// Fills an RGBA image of the picture's size, top row first; false when the file does not have the picture.
+bool Decode(const RDDSDecoder& decoder, const TextureOptions& options, RImage& image) {
+  if (!decoder.GetInfo().isFloat) {
+    const RPixelBuffer bytes = decoder.DecodeBytes(options.face, options.level, options.slice);
+    return bytes && image.SetImageBits(bytes.get());
+  }
+  const RPixelBuffer floats = decoder.DecodeFloats(options.face, options.level, options.slice);
+  if (!floats) return false;
+  const auto width = static_cast<std::size_t>(image.GetWidth());
+  const auto height = static_cast<std::size_t>(image.GetHeight());
+  Expose({floats.get(), 4 * sizeof(float) * width * height}, options.exposure, image.GetImageBits());
+  return true;
+}
+
+void CheckOptions(const std::string& path, const RDDSInfo& info, const TextureOptions& options) {
+  if (options.gpu == GpuMode::kRequire) {
+    throw Failure(ExitCode::kNoGpu, path, "textures are decoded on the processor", "leave out --gpu=require");
+  }
+  CheckIndex(path, "level", options.level, info.levels);
+  CheckIndex(path, "face", options.face, info.faces);
+  CheckIndex(path, "slice", options.slice, RDDSDecoder::LevelSize(info.depth, options.level));
+}
+
+}  // namespace
+
+void AddTextureOptions(CLI::App& app, TextureOptions& options) {
+  const auto group = [](CLI::Option* option) { option->group("Textures (dds)"); };
+  const auto index = [&](const char* name, int& value, const char* help) {
+    group(app.add_option(name, value, help)->type_name("N")->check(CLI::NonNegativeNumber));
+  };
+  index("--level", options.level, "Mip level, 0 the largest (0)");
+  index("--face", options.face, "Face of a cube map (+x -x +y -y +z -z) or element of an array (0)");
+  index("--slice", options.slice, "Slice of a volume (0)");
+  group(app.add_option("--exposure", options.exposure, "Stops by which pictures of floats are brightened (0)")
+            ->type_name("STOPS")
+            ->check(CLI::Range(-64.0, 64.0)));
+  AddGpuOption(app, options.gpu);
+}
+
+bool IsTexture(const std::string& path) {
+  return StreamClass(kReaderGroup, path) == RImageStreamDDS::ClassName;
+}
+
+void LoadTexture(const std::string& path, RDDSDecoder& decoder) {
+  if (!decoder.Load(path.c_str())) throw Failure(ExitCode::kRead, path, "the dds file is damaged");
+  if (decoder.IsPlaceholder()) {
+    throw Failure(ExitCode::kRead, path, "the dds file is damaged or of a layout that cannot be decoded",
+                  "readers show a 64 x 64 placeholder for it");
+  }
+}
+
+Picture ReadTexture(const std::string& path, const RDDSDecoder& decoder, const TextureOptions& options,
+                    std::uint64_t maxMemory) {
+  const RDDSInfo& info = decoder.GetInfo();
+  CheckOptions(path, info, options);
+  const int width = RDDSDecoder::LevelSize(info.width, options.level);
+  const int height = RDDSDecoder::LevelSize(info.height, options.level);
+  constexpr int kFloatPixelBytes = 16;
+  CheckMemory(ExitCode::kRead, path, width, height, info.isFloat ? kFloatPixelBytes : 4, maxMemory);
+
+  Picture picture{RDestroyPtr<RImage>(RImageCreate())};
+  if (!picture.image || !picture.image->Init(kImageFormatRGBA, width, height, 0, 0, false, kImageTypeFrame,
+                                             kInterleaveNone, kInterpolationNone, RImage::kIncarnationRaw)) {
+    throw Failure(ExitCode::kRead, path, "memory ran out");
+  }
+  if (!Decode(decoder, options, *picture.image)) {
+    throw Failure(ExitCode::kRead, path, "the file ends before this picture");
+  }
+  picture.image->ImageVerticalFlip();
+  const std::string_view format = info.format;
+  const bool premultiplied = format == "DXT2" || format == "DXT4";
+  picture.alpha = premultiplied ? AlphaState::kPremultiplied : AlphaState::kStraight;
+  return picture;
+}

@@ -1,0 +1,34 @@
+// Reading of texture files on the processor.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <string>
+
+#include "Gpu.h"
+#include "Picture.h"
+#include "dds/RDDSDecoder.h"
+
+/// Which picture of a texture is read, and how.
+struct TextureOptions {
+  int level = 0;  ///< mip level, 0 the largest
+  int face = 0;   ///< of a cube map +x, -x, +y, -y, +z, -z; of an array the element
+  int slice = 0;  ///< of a volume
+  /// Pictures of floats are multiplied by two to the power of this, then clamped to 0 to 1.
+  double exposure = 0;
+  GpuMode gpu = GpuMode::kAuto;
+};
+
+/// Adds --level, --face, --slice, --exposure and --gpu.
+void AddTextureOptions(CLI::App& app, TextureOptions& options);
+
+/// Whether the file is one that `ReadTexture` reads.
+bool IsTexture(const std::string& path);
+
+/// Loads the file. Fails when it is damaged, or holds a layout that cannot be decoded.
+void LoadTexture(const std::string& path, RDDSDecoder& decoder);
+
+/// Decodes one picture, as RGBA; layouts without alpha give an opaque one. Fails when the texture has no such
+/// picture, it takes more than `maxMemory` bytes, or a graphics card is required.
+Picture ReadTexture(const std::string& path, const RDDSDecoder& decoder, const TextureOptions& options,
+                    std::uint64_t maxMemory);
