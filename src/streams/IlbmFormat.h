@@ -72,7 +72,8 @@ inline constexpr std::size_t kIlbmColourMapSize = 3 * kIlbmColours;
 /// than that which are taken as they are, one from 128 before a byte that is repeated 257 less the control
 /// times. Bytes past the row are dropped. Returns false when the data end before the row is full or within a
 /// run.
-[[nodiscard]] inline bool IlbmDecodeRow(RByteReader& in, RRowWriter& out) {
+template <kRowTail kTail>
+[[nodiscard]] bool IlbmDecodeRow(RByteReader& in, RBasicRowWriter<kTail>& out) {
   while (!out.IsFull()) {
     std::uint8_t control = 0;
     if (!in.Big(control)) return false;

@@ -16,8 +16,8 @@
 /// top bit set when that many samples follow as they are, clear when one sample follows that is repeated.
 /// Returns true when the runs filled the row exactly; false when a count was 0, the data ended or the last
 /// run went past the row.
-template <std::size_t kBytes>
-bool SgiDecodeRow(RByteReader in, RRowWriter& out) {
+template <std::size_t kBytes, kRowTail kTail>
+bool SgiDecodeRow(RByteReader in, RBasicRowWriter<kTail>& out) {
   static_assert(kBytes == 1 || kBytes == 2);
   while (!out.IsFull()) {
     std::span<const unsigned char> unit;
@@ -26,7 +26,7 @@ bool SgiDecodeRow(RByteReader in, RRowWriter& out) {
     const std::size_t count = control & 127;
     if (count == 0) return false;
     if (control & 128) {
-      if (!out.Copy<kBytes>(in, count)) return false;
+      if (!out.template Copy<kBytes>(in, count)) return false;
     } else {
       if (!in.View(kBytes, unit)) return false;
       out.Fill(unit[0], count);
