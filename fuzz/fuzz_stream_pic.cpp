@@ -48,7 +48,7 @@ void CompareRoads(std::span<const unsigned char> bytes) {
   channelPacket* packets = nullptr;
   std::FILE* file = pictureReadFileHeader(memory.Path(), picture, &packets);
   // Large pictures cost time and find nothing new.
-  if (!file || picture->width * picture->height < 1 << 16) {
+  if (!file || std::size_t{picture->width} * picture->height < 1 << 16) {
     RImageStreampict stream;
     stream.SetFileName(memory.Path());
     const bool opened = stream.StreamOpen(nullptr);

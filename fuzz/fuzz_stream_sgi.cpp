@@ -21,7 +21,7 @@ void DecodeRow(std::span<const unsigned char> data, std::size_t width) {
 }
 
 // Large pictures cost time and find nothing new.
-bool IsSmall(const SgiImageHeader& file) { return file.xsize * file.ysize < 1 << 20; }
+bool IsSmall(const SgiImageHeader& file) { return std::size_t{file.xsize} * file.ysize < 1 << 20; }
 
 }  // namespace
 
