@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QColor>
 #include <QImageReader>
 #include <QImageWriter>
 #include <functional>
@@ -107,6 +108,27 @@ INSTANTIATE_TEST_SUITE_P(All, KeptPicture,
                            std::ranges::replace(name, '.', '_');
                            return name;
                          });
+
+// Raw video frames have no alpha: their brightness is that of the picture over black.
+TEST(VideoFrames, ShowThePictureOverBlack) {
+  const test::TemporaryFolder folder;
+  QImage picture(720, 486, QImage::Format_ARGB32);
+  for (int y = 0; y < 486; ++y) {
+    for (int x = 0; x < 720; ++x) picture.setPixel(x, y, qRgba(200 - x / 6, 60 + y / 4, 120, 128 + x / 6));
+  }
+  test::Save(picture, folder.Path("in.png"));
+  ASSERT_EQ(RunTool({"convert", folder.Path("in.png"), folder.Path("out.yuv")}).code, 0);
+  const auto bytes = test::ReadFile(folder.Path("out.yuv"));
+  ASSERT_EQ(bytes.size(), 720U * 486U * 2U);
+  for (const int y : {0, 200, 485}) {
+    for (const int x : {0, 1, 300, 719}) {
+      const QColor seen = QColor::fromRgba(picture.pixel(x, y));
+      const double brightness = 0.257 * seen.red() + 0.504 * seen.green() + 0.098 * seen.blue();
+      const std::size_t at = static_cast<std::size_t>(y) * 1440 + static_cast<std::size_t>(x) * 2 + 1;
+      EXPECT_NEAR(bytes[at], brightness * seen.alphaF() + 16, 2) << x << ' ' << y;
+    }
+  }
+}
 
 class Straight : public testing::TestWithParam<const char*> {
  protected:

@@ -31,3 +31,13 @@ void Host::StartGui() {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   mGui = std::make_unique<QGuiApplication>(mArgumentCount, mArguments);
 }
+
+const Gpu& Host::StartGpu(GpuMode mode) {
+  if (mGpu) return *mGpu;
+  mGpu = std::make_unique<Gpu>(mode);
+  if (!mGpu->IsUsable()) return *mGpu;
+  // Pictures that are read with a context of their own share it through Qt's global one.
+  QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+  StartGui();
+  return *mGpu;
+}

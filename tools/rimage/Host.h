@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include "Gpu.h"
+
 class QGuiApplication;
 
 /// Starts the module, and a GUI application only when something needs one: text and vector pictures do, plain
@@ -19,8 +21,13 @@ class Host {
   /// used.
   void StartGui();
 
+  /// Looks for OpenGL and, where there is some that the module can use, starts the GUI application on it. To
+  /// be called before anything else starts the application.
+  const Gpu& StartGpu(GpuMode mode);
+
  private:
   int mArgumentCount = 1;
   char* mArguments[2];
+  std::unique_ptr<Gpu> mGpu;  // goes after the application that runs on its display
   std::unique_ptr<QGuiApplication> mGui;
 };

@@ -166,11 +166,26 @@ FilePicture Read(Host& host, const std::string& path, const ReadOptions& options
   return file;
 }
 
+// The graphics driver decodes the blocks of textures.
+bool NeedsOpenGL(const std::string& path) { return ExtensionOf(path) == "dds"; }
+
+void RequireOpenGL(Host& host, const std::string& path) {
+  const Gpu& gpu = host.StartGpu(GpuMode::kAuto);
+  if (gpu.IsUsable()) return;
+  throw Failure(ExitCode::kNoGpu, path, "reading it needs OpenGL: " + gpu.Reason(),
+                "rimage doctor tells more");
+}
+
 }  // namespace
+
+void PrepareToRead(Host& host, const std::string& path) {
+  if (NeedsOpenGL(path)) (void)host.StartGpu(GpuMode::kAuto);
+}
 
 FilePicture ReadPictureFile(Host& host, const std::string& name, const ReadOptions& options) {
   CheckFile(name);
   CheckReader(name);
+  if (NeedsOpenGL(name)) RequireOpenGL(host, name);
   return NamingMemoryFailure(ExitCode::kRead, name, [&] { return Read(host, PlainPath(name), options); });
 }
 
