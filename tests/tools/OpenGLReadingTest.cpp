@@ -44,7 +44,7 @@ class OpenGLReading : public testing::Test {
 
 TEST_F(OpenGLReading, TexturesAreReadWithoutADisplay) {
   const std::string texture = PutTexture();
-  const auto result = RunTool({"convert", texture, mFolder.Path("out.png")}, kNoDisplay);
+  const auto result = RunTool({"convert", "--gpu=require", texture, mFolder.Path("out.png")}, kNoDisplay);
   ASSERT_EQ(result.code, 0) << result.errors;
   EXPECT_EQ(result.errors, "");
   const QImage read = test::Load(mFolder.Path("out.png"));
@@ -54,7 +54,7 @@ TEST_F(OpenGLReading, TexturesAreReadWithoutADisplay) {
 
 TEST_F(OpenGLReading, WithoutOpenGLTheReasonIsTold) {
   const std::string texture = PutTexture();
-  const auto result = RunTool({"info", texture}, kNoOpenGL);
+  const auto result = RunTool({"info", "--gpu=require", texture}, kNoOpenGL);
   EXPECT_EQ(result.code, 5);
   EXPECT_THAT(result.errors, testing::StartsWith("rimage: " + texture + ": reading it needs OpenGL: "));
   EXPECT_THAT(result.errors, HasSubstr("(rimage doctor tells more)\n"));
@@ -62,7 +62,7 @@ TEST_F(OpenGLReading, WithoutOpenGLTheReasonIsTold) {
 
 TEST_F(OpenGLReading, OtherFilesOfABatchAreReadWithoutOpenGL) {
   test::Save(test::MakeOpaque(2, 2), mFolder.Path("a.png"));
-  const auto result = RunTool({"info", PutTexture(), mFolder.Path("a.png")}, kNoOpenGL);
+  const auto result = RunTool({"info", "--gpu=require", PutTexture(), mFolder.Path("a.png")}, kNoOpenGL);
   EXPECT_EQ(result.code, 1);
   EXPECT_THAT(result.output, HasSubstr("a.png: 2 x 2"));
 }
@@ -76,8 +76,9 @@ TEST_F(OpenGLReading, MixesWithVectorPictures) {
   const std::string texture = PutTexture();
   const std::string output = mFolder.Path("out.png");
   for (const test::Arguments& arguments :
-       {test::Arguments{"info", vector, texture}, test::Arguments{"sheet", vector, texture, output},
-        test::Arguments{"convert", vector, "--merge-alpha", texture, output}}) {
+       {test::Arguments{"info", "--gpu=require", vector, texture},
+        test::Arguments{"sheet", vector, texture, output},
+        test::Arguments{"convert", "--gpu=require", vector, "--merge-alpha", texture, output}}) {
     const auto result = RunTool(arguments, kNoDisplay);
     EXPECT_EQ(result.code, 0) << arguments.front() << result.errors;
   }

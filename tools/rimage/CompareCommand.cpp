@@ -119,7 +119,7 @@ void PrintText(const Options& options, const Comparison& result, bool layers) {
 
 ExitCode Run(Host& host, const Options& options) {
   if (!options.diff.empty()) CheckWriter(options.diff);
-  for (const std::string& path : {options.a, options.b}) PrepareToRead(host, path);
+  for (const std::string& path : {options.a, options.b}) PrepareToRead(host, path, options.read);
   Picture a = ReadPicture(host, options.a, options.read);
   Picture b = ReadPicture(host, options.b, options.read);
   const std::string reason = SizeReason(*a.image, *b.image);

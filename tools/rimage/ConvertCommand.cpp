@@ -53,7 +53,7 @@ std::vector<Step> MakeSteps(const CLI::App& command, const Options& options,
 }
 
 ExitCode Run(Host& host, const CLI::App& command, const Options& options) {
-  PrepareToRead(host, options.input);
+  PrepareToRead(host, options.input, options.read);
   const OperationContext context{host, options.read};
   const auto steps = MakeSteps(command, options, context);
   CheckWriter(options.output);

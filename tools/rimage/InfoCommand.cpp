@@ -92,7 +92,7 @@ void PrintJson(const Json& json) {
 }
 
 ExitCode Run(Host& host, const Options& options) {
-  for (const std::string& path : options.files) PrepareToRead(host, path);
+  for (const std::string& path : options.files) PrepareToRead(host, path, options.read);
   Json all = Json::array();
   std::size_t failed = 0;
   ExitCode worst = ExitCode::kOk;

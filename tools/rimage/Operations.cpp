@@ -135,7 +135,7 @@ void KeepFieldType(RImage& from, RImage& to) {
 }
 
 Step MakeMergeAlpha(const std::string& value, const OperationContext& context) {
-  PrepareToRead(context.host, value);
+  PrepareToRead(context.host, value, context.readOptions);
   return [value, context](Picture& picture) {
     RImage& image = *picture.image;
     Picture mask = ReadPicture(context.host, value, context.readOptions);

@@ -32,7 +32,7 @@ struct FilePicture {
 
 /// Starts what reading the file needs beside the module. To be called for all files of a command before the
 /// first is read: the GUI application starts once, with OpenGL or without.
-void PrepareToRead(Host& host, const std::string& path);
+void PrepareToRead(Host& host, const std::string& path, const ReadOptions& options);
 
 /// Reads a file through the reader that is registered for its extension. Failures tell apart a file that is
 /// missing, not readable, empty, of an unknown extension, damaged or larger than allowed.

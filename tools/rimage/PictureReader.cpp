@@ -142,6 +142,11 @@ RDestroyPtr<RImage> ReadImage(const std::string& path) {
   return image;
 }
 
+// Textures are decoded on the processor, which is exact, unless the caller asks for the graphics driver.
+bool NeedsOpenGL(const std::string& path, const ReadOptions& options) {
+  return IsTexture(path) && options.texture.gpu == GpuMode::kRequire;
+}
+
 FilePicture ReadTextureFile(const std::string& path, const ReadOptions& options) {
   RDDSDecoder decoder;
   LoadTexture(path, decoder);
@@ -149,7 +154,7 @@ FilePicture ReadTextureFile(const std::string& path, const ReadOptions& options)
 }
 
 FilePicture Read(Host& host, const std::string& path, const ReadOptions& options) {
-  if (IsTexture(path)) return ReadTextureFile(path, options);
+  if (IsTexture(path) && !NeedsOpenGL(path, options)) return ReadTextureFile(path, options);
   QImageReader::setAllocationLimit(static_cast<int>(options.maxMemory >> 20U));
   const QtDescription qt = Describe(path);
   // What a vector picture is drawn with exists in a GUI application only.
@@ -166,11 +171,12 @@ FilePicture Read(Host& host, const std::string& path, const ReadOptions& options
   return file;
 }
 
-// The graphics driver decodes the blocks of textures.
-bool NeedsOpenGL(const std::string& path) { return ExtensionOf(path) == "dds"; }
-
-void RequireOpenGL(Host& host, const std::string& path) {
-  const Gpu& gpu = host.StartGpu(GpuMode::kAuto);
+void RequireOpenGL(Host& host, const std::string& path, const TextureOptions& options) {
+  if (options.level != 0 || options.face != 0 || options.slice != 0) {
+    throw Failure(ExitCode::kUsage, path, "OpenGL reads the first picture of a texture only",
+                  "leave out --gpu=require");
+  }
+  const Gpu& gpu = host.StartGpu(GpuMode::kRequire);
   if (gpu.IsUsable()) return;
   throw Failure(ExitCode::kNoGpu, path, "reading it needs OpenGL: " + gpu.Reason(),
                 "rimage doctor tells more");
@@ -178,14 +184,14 @@ void RequireOpenGL(Host& host, const std::string& path) {
 
 }  // namespace
 
-void PrepareToRead(Host& host, const std::string& path) {
-  if (NeedsOpenGL(path)) (void)host.StartGpu(GpuMode::kAuto);
+void PrepareToRead(Host& host, const std::string& path, const ReadOptions& options) {
+  if (NeedsOpenGL(path, options)) (void)host.StartGpu(GpuMode::kRequire);
 }
 
 FilePicture ReadPictureFile(Host& host, const std::string& name, const ReadOptions& options) {
   CheckFile(name);
   CheckReader(name);
-  if (NeedsOpenGL(name)) RequireOpenGL(host, name);
+  if (NeedsOpenGL(name, options)) RequireOpenGL(host, name, options.texture);
   return NamingMemoryFailure(ExitCode::kRead, name, [&] { return Read(host, PlainPath(name), options); });
 }
 

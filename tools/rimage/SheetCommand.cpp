@@ -128,7 +128,8 @@ QImage Draw(const std::vector<Tile>& tiles, const Options& options) {
 
 ExitCode Run(Host& host, const Options& options) {
   CheckWriter(options.files.back());
-  for (auto file = options.files.begin(); file != options.files.end() - 1; ++file) PrepareToRead(host, *file);
+  for (auto file = options.files.begin(); file != options.files.end() - 1; ++file)
+    PrepareToRead(host, *file, options.read);
   host.StartGui();
   const auto tiles = ReadTiles(host, options);
   WritePicture(FromQImage(Draw(tiles, options)), options.files.back(), {});

@@ -50,9 +50,6 @@ bool Decode(const RDDSDecoder& decoder, const TextureOptions& options, RImage& i
 }
 
 void CheckOptions(const std::string& path, const RDDSInfo& info, const TextureOptions& options) {
-  if (options.gpu == GpuMode::kRequire) {
-    throw Failure(ExitCode::kNoGpu, path, "textures are decoded on the processor", "leave out --gpu=require");
-  }
   CheckIndex(path, "level", options.level, info.levels);
   CheckIndex(path, "face", options.face, info.faces);
   CheckIndex(path, "slice", options.slice, RDDSDecoder::LevelSize(info.depth, options.level));

@@ -29,6 +29,6 @@ bool IsTexture(const std::string& path);
 void LoadTexture(const std::string& path, RDDSDecoder& decoder);
 
 /// Decodes one picture, as RGBA; layouts without alpha give an opaque one. Fails when the texture has no such
-/// picture, it takes more than `maxMemory` bytes, or a graphics card is required.
+/// picture, the file ends before it, or it takes more than `maxMemory` bytes.
 Picture ReadTexture(const std::string& path, const RDDSDecoder& decoder, const TextureOptions& options,
                     std::uint64_t maxMemory);
