@@ -16,7 +16,7 @@ std::atomic<RMessageHandler*> gMainHandler = nullptr;
 
 RMessageHandler::~RMessageHandler() = default;
 
-void RMessageHandler::DisplayWarning(const char* title, const char* text) {
+void RMessageHandler::DisplayWarning(const char* title, const char* text, const char*) {
   std::fprintf(stderr, "Warning: %s: %s\n", title ? title : "", text ? text : "");
 }
 

@@ -7,8 +7,9 @@
 class RBASELIB_API RMessageHandler {
  public:
   virtual ~RMessageHandler();
-  /// Shows a warning: "Warning: TITLE: TEXT". Null counts as the empty text.
-  virtual void DisplayWarning(const char* title, const char* text);
+  /// Shows a warning with one button, whose label is `button`. Null counts as the empty text. The base prints
+  /// "Warning: TITLE: TEXT"; there is nothing to press.
+  virtual void DisplayWarning(const char* title, const char* text, const char* button);
 };
 
 /// Returns the main handler, borrowed; never null.

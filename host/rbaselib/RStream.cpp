@@ -43,7 +43,7 @@ RProperty* RStream::FastFindPropertyByName(const char* name) const {
 namespace {
 
 void Warn(bool show, const char* path, const char* reason) {
-  if (show) GetMainMessageHandler()->DisplayWarning(path ? path : "", reason);
+  if (show) GetMainMessageHandler()->DisplayWarning(path ? path : "", reason, "Ok");
 }
 
 // A group can hold factories of any kind of object; only a stream is of use here.

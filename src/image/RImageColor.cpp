@@ -77,6 +77,7 @@ void GetHSBToRGBColor(double hue, double saturation, double brightness, double* 
   HSBToRGB(kDoubleHueColor, hue, saturation, brightness, rgb);
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the host passes its colours this way
 void GetRGBToHSBColor(double* rgb, double* hsb) {
   Channels channels{rgb[0], rgb[1], rgb[2]};
   // The floor keeps black from dividing by zero; it comes out fully saturated.

@@ -134,7 +134,8 @@ class Warnings : public RMessageHandler {
  public:
   Warnings() : mBefore(SetMainMessageHandler(this)) {}
   ~Warnings() override { SetMainMessageHandler(mBefore); }
-  void DisplayWarning(const char* title, const char* text) override {
+  void DisplayWarning(const char* title, const char* text, const char* button) override {
+    EXPECT_STREQ(button, "Ok");
     shown.push_back(std::string(title) + ": " + text);
   }
   std::vector<std::string> shown;

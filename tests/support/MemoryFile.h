@@ -22,7 +22,9 @@ class MemoryFile {
     const std::filesystem::path folder = hasShm ? "/dev/shm" : std::filesystem::temp_directory_path();
     mPath = folder / ("rimage-" + std::to_string(getpid()) + '-' + std::to_string(++count) + suffix);
     std::FILE* file = std::fopen(mPath.c_str(), "wb");
-    const bool written = file && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    // fwrite takes no null pointer, not even for no bytes.
+    const bool written =
+        file && (bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size());
     if (!file || std::fclose(file) != 0 || !written) std::abort();
   }
   ~MemoryFile() { unlink(mPath.c_str()); }
