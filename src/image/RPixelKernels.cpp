@@ -53,6 +53,12 @@ void MoveColours(unsigned char* destination, const unsigned char* source, std::s
   }
 }
 
+void GrayToRGB(unsigned char* destination, const unsigned char* source, std::size_t pixels) {
+  for (std::size_t i = 0; i < pixels; ++i) {
+    for (std::size_t channel = 0; channel < 3; ++channel) destination[3 * i + channel] = source[i];
+  }
+}
+
 template <int kDestinationSize>
 void ExpandRGB555(unsigned char* destination, const unsigned char* source, std::size_t pixels) {
   for (std::size_t i = 0; i < pixels; ++i, destination += kDestinationSize, source += 2) {
@@ -155,6 +161,8 @@ const RPixelKernels kPlainPixelKernels = {
     .addAlphaSwap = MoveColours<4, 3, true>,
     .dropAlpha = MoveColours<3, 4, false>,
     .dropAlphaSwap = MoveColours<3, 4, true>,
+    .swap02Opaque = MoveColours<4, 4, true>,
+    .grayToRgb = GrayToRGB,
     .rgb555ToRgb = ExpandRGB555<3>,
     .rgb555ToRgba = ExpandRGB555<4>,
     .premultiply = Premultiply,

@@ -20,6 +20,8 @@ struct RPixelKernels {
   Convert addAlphaSwap;   ///< 3 to 4 bytes: s2 s1 s0 255
   Convert dropAlpha;      ///< 4 to 3 bytes: s0 s1 s2
   Convert dropAlphaSwap;  ///< 4 to 3 bytes: s2 s1 s0
+  Convert swap02Opaque;   ///< 4 bytes: s2 s1 s0 255
+  Convert grayToRgb;      ///< 1 to 3 bytes: s0 s0 s0
   Convert rgb555ToRgb;    ///< 2 to 3 bytes
   Convert rgb555ToRgba;   ///< 2 to 4 bytes, alpha 255
 

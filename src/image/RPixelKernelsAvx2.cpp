@@ -118,6 +118,15 @@ struct ShuffleBlock {
   }
 };
 
+struct OpaqueBlock {
+  static constexpr std::size_t kDestinationBytes = 4, kSourceBytes = 4, kPixels = 8, kReserve = 0;
+  template <class StorePolicy>
+  void Run(unsigned char* destination, const unsigned char* source) const {
+    const Vector swapped = _mm256_shuffle_epi8(Load(source), Both(FourPixels<2, 1, 0, -1>()));
+    StorePolicy::Write(destination, _mm256_or_si256(swapped, Words(kAlphaMask)));
+  }
+};
+
 struct GrayBlock {
   static constexpr std::size_t kDestinationBytes = 4, kSourceBytes = 4, kPixels = 8, kReserve = 0;
   Vector order;
@@ -152,6 +161,22 @@ struct AddAlphaBlock {
     const Vector pixels = _mm256_set_m128i(LoadHalf(source + 12), LoadHalf(source));
     StorePolicy::Write(destination,
                        _mm256_or_si256(_mm256_shuffle_epi8(pixels, Both(order)), Words(kAlphaMask)));
+  }
+};
+
+// --- 1 to 3 bytes.
+
+struct GrayToRGBBlock {
+  static constexpr std::size_t kDestinationBytes = 3, kSourceBytes = 1, kPixels = 16, kReserve = 0;
+  template <class StorePolicy>
+  void Run(unsigned char* destination, const unsigned char* source) const {
+    const Half gray = LoadHalf(source);
+    const Half first = _mm_setr_epi8(0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5);
+    const Half second = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
+    const Half third = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
+    StorePolicy::Write(destination, _mm_shuffle_epi8(gray, first));
+    StorePolicy::Write(destination + 16, _mm_shuffle_epi8(gray, second));
+    StorePolicy::Write(destination + 32, _mm_shuffle_epi8(gray, third));
   }
 };
 
@@ -427,6 +452,8 @@ const RPixelKernels kAvx2PixelKernels = {
     .addAlphaSwap = ConvertWith<AddAlphaBlock<true>, &RPixelKernels::addAlphaSwap>,
     .dropAlpha = ConvertWith<DropAlphaBlock<false>, &RPixelKernels::dropAlpha>,
     .dropAlphaSwap = ConvertWith<DropAlphaBlock<true>, &RPixelKernels::dropAlphaSwap>,
+    .swap02Opaque = ConvertWith<OpaqueBlock, &RPixelKernels::swap02Opaque>,
+    .grayToRgb = ConvertWith<GrayToRGBBlock, &RPixelKernels::grayToRgb>,
     .rgb555ToRgb = ConvertWith<RGB555ToRGBBlock, &RPixelKernels::rgb555ToRgb>,
     .rgb555ToRgba = ConvertWith<RGB555ToRGBABlock, &RPixelKernels::rgb555ToRgba>,
     .premultiply = InPlace<Premultiply, &RPixelKernels::premultiply>,

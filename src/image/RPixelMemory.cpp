@@ -10,22 +10,25 @@
 namespace {
 
 constexpr std::size_t kHugePage = std::size_t{2} << 20;
-// Below two huge pages the alignment can cost more memory than the faults it saves are worth.
+// Below two huge pages too little lies between their boundaries to be worth the call.
 constexpr std::size_t kHugeThreshold = 2 * kHugePage;
 
 // The buffer is addressable by whole cache lines, so vector loops may be written without a scalar head.
 constexpr std::size_t kLine = 64;
 
-unsigned char* AllocateHuge(std::size_t bytes) {
-  const std::size_t rounded = (bytes + kHugePage - 1) / kHugePage * kHugePage;
-  void* memory = std::aligned_alloc(kHugePage, rounded);
-  if (memory) madvise(memory, rounded, MADV_HUGEPAGE);
-  return static_cast<unsigned char*>(memory);
+// Asks for huge pages where whole ones lie in the memory.
+void AdviseHugePages(unsigned char* memory, std::size_t bytes) {
+  const std::size_t head = (kHugePage - reinterpret_cast<std::uintptr_t>(memory) % kHugePage) % kHugePage;
+  const std::size_t length = (bytes - head) / kHugePage * kHugePage;
+  madvise(memory + head, length, MADV_HUGEPAGE);
 }
 
+// Cache lines, not huge pages, set the alignment: the heap keeps such memory when it is given back and lends
+// it again, while memory on a huge page's boundary comes from the system, zeroed page by page, every time.
 unsigned char* Allocate(std::size_t bytes) {
-  if (bytes >= kHugeThreshold) return AllocateHuge(bytes);
-  return static_cast<unsigned char*>(std::aligned_alloc(kLine, (bytes / kLine + 1) * kLine));
+  auto* memory = static_cast<unsigned char*>(std::aligned_alloc(kLine, (bytes / kLine + 1) * kLine));
+  if (memory && bytes >= kHugeThreshold) AdviseHugePages(memory, bytes);
+  return memory;
 }
 
 }  // namespace

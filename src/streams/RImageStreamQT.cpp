@@ -69,65 +69,47 @@ QImage Load(const QString& path, kFileKind kind) {
   return loaded;
 }
 
-using CopyRow = void (*)(unsigned char* destination, const unsigned char* source, int width);
-
-// A 32-bit word of QImage has its bytes in the order BGRA.
-static_assert(std::endian::native == std::endian::little);
-
-void CopySwapped(unsigned char* destination, const unsigned char* source, int width) {
-  RGetPixelKernels().swap02(destination, source, static_cast<std::size_t>(width));
-}
-
-void CopySwappedOpaque(unsigned char* destination, const unsigned char* source, int width) {
-  CopySwapped(destination, source, width);
-  for (std::size_t i = 0; i < static_cast<std::size_t>(width); ++i) destination[4 * i + 3] = 255;
-}
-
-void CopyGrey(unsigned char* destination, const unsigned char* source, int width) {
-  for (std::size_t i = 0; i < static_cast<std::size_t>(width); ++i) {
-    destination[3 * i + 0] = source[i];
-    destination[3 * i + 1] = source[i];
-    destination[3 * i + 2] = source[i];
-  }
-}
-
 // The formats that Qt's decoders mostly give are converted while their rows are turned over: no pass of its
-// own.
+// own. A 32-bit word of QImage has its bytes in the order BGRA.
 struct DirectCopy {
   QImage::Format source;
-  CopyRow copy;
+  RPixelKernels::Convert RPixelKernels::*kernel;
 };
 constexpr std::array kDirectCopies{
-    DirectCopy{QImage::Format_RGB32, CopySwappedOpaque},
-    DirectCopy{QImage::Format_ARGB32, CopySwapped},
-    DirectCopy{QImage::Format_ARGB32_Premultiplied, CopySwapped},
-    DirectCopy{QImage::Format_Grayscale8, CopyGrey},
+    DirectCopy{QImage::Format_RGB32, &RPixelKernels::swap02Opaque},
+    DirectCopy{QImage::Format_ARGB32, &RPixelKernels::swap02},
+    DirectCopy{QImage::Format_ARGB32_Premultiplied, &RPixelKernels::swap02},
+    DirectCopy{QImage::Format_Grayscale8, &RPixelKernels::grayToRgb},
 };
+static_assert(std::endian::native == std::endian::little);
 
-CopyRow DirectCopyOf(QImage::Format format) {
+RPixelKernels::Convert DirectCopyOf(QImage::Format format) {
   const auto* const row = std::ranges::find(kDirectCopies, format, &DirectCopy::source);
-  return row == kDirectCopies.end() ? nullptr : row->copy;
+  return row == kDirectCopies.end() ? nullptr : RGetPixelKernels().*row->kernel;
 }
 
-void CopyRowsBottomUp(const QImage& source, std::span<unsigned char> destination, CopyRow copy) {
+void CopyRowsBottomUp(const QImage& source, std::span<unsigned char> destination,
+                      RPixelKernels::Convert convert) {
   const std::size_t rowBytes = destination.size() / static_cast<std::size_t>(source.height());
   for (int y = source.height() - 1; y >= 0; --y) {
     const unsigned char* line = source.constScanLine(y);
-    copy ? copy(destination.data(), line, source.width())
-         : static_cast<void>(std::memcpy(destination.data(), line, rowBytes));
+    if (convert)
+      convert(destination.data(), line, static_cast<std::size_t>(source.width()));
+    else
+      std::memcpy(destination.data(), line, rowBytes);
     destination = destination.subspan(rowBytes);
   }
 }
 
 [[nodiscard]] bool Fill(RImage& image, QImage loaded) {
   const QImageLayout& layout = LayoutOf(loaded.format());
-  const CopyRow copy = DirectCopyOf(loaded.format());
-  if (!copy) loaded.convertTo(layout.converted);
+  const RPixelKernels::Convert convert = DirectCopyOf(loaded.format());
+  if (!convert) loaded.convertTo(layout.converted);
   std::span<unsigned char> pixels;
   if (loaded.isNull() || !RInitImageTarget(image, layout.format, loaded.width(), loaded.height(), pixels)) {
     return false;
   }
-  CopyRowsBottomUp(loaded, pixels, copy);
+  CopyRowsBottomUp(loaded, pixels, convert);
   return true;
 }
 

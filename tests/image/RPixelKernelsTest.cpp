@@ -132,6 +132,14 @@ const ConvertCase kConvertCases[] = {
      [](const Pixel& s) {
        return Pixel{s[2], s[1], s[0]};
      }},
+    {"swap02Opaque", &RPixelKernels::swap02Opaque, 4, 4,
+     [](const Pixel& s) {
+       return Pixel{s[2], s[1], s[0], 255};
+     }},
+    {"grayToRgb", &RPixelKernels::grayToRgb, 1, 3,
+     [](const Pixel& s) {
+       return Pixel{s[0], s[0], s[0]};
+     }},
     {"rgb555ToRgb", &RPixelKernels::rgb555ToRgb, 2, 3, FromRGB555},
     {"rgb555ToRgba", &RPixelKernels::rgb555ToRgba, 2, 4, FromRGB555},
     {"everySecond", &RPixelKernels::everySecond, 8, 4, [](const Pixel& s) { return s; }},

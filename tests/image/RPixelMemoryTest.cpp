@@ -4,8 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cinttypes>
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <limits>
+#include <string>
 
 #include "image/RImageFormat.h"
 
@@ -29,8 +34,27 @@ TEST(RPixelMemoryTest, BuffersStartOnACacheLine) {
   }
 }
 
-TEST(RPixelMemoryTest, LargeBuffersStartOnAHugePage) {
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(RAllocatePixels(4 << 20).get()) % (2 << 20), 0U);
+// The flags that the system keeps for the mapping around an address, such as "rd wr mr mw me ac hg".
+std::string MappingFlags(const void* address) {
+  std::ifstream maps("/proc/self/smaps");
+  const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+  bool inside = false;
+  for (std::string line; std::getline(maps, line);) {
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+    if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " ", &begin, &end) == 2) {
+      inside = begin <= wanted && wanted < end;
+    }
+    if (inside && line.starts_with("VmFlags:")) return line;
+  }
+  return {};
+}
+
+TEST(RPixelMemoryTest, LargeBuffersAskForHugePages) {
+  if (!std::filesystem::exists("/sys/kernel/mm/transparent_hugepage")) GTEST_SKIP() << "none on this system";
+  constexpr std::size_t kBytes = std::size_t{8} << 20;
+  const RPixelBuffer buffer = RAllocatePixels(kBytes);
+  EXPECT_NE(MappingFlags(buffer.get() + kBytes / 2).find(" hg"), std::string::npos);
 }
 
 TEST(RPixelMemoryTest, ZeroBytesAreAValidBuffer) { EXPECT_NE(RAllocatePixels(0), nullptr); }
