@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Prints the ratios of a benchmark run. Usage: report.py BENCH.json [--goals]
 
-Names are `Subject/contender`; `ours` is this library, `memcpy` and `inplace` are the limits of the memory, every other
-contender is a peer. A ratio is the contender's time divided by ours, so above 1 means that ours is faster. Medians are
-taken where the run has repetitions. With --goals the exit status tells whether every goal was met.
+Names are `Subject/contender`; `ours` is this library, `memcpy`, `inplace`, `fread` and `fwrite` are the limits of the
+memory and of files, every other contender is a peer. A ratio is the contender's time divided by ours, so above 1 means
+that ours is faster. Medians are taken where the run has repetitions. With --goals the exit status tells whether every
+goal was met.
 """
 import argparse
 import collections
@@ -11,7 +12,7 @@ import json
 import re
 import sys
 
-LIMITS = ("memcpy", "inplace")
+LIMITS = ("memcpy", "inplace", "fread", "fwrite")
 
 # (pattern of the whole subject, {peer: least ratio}). The first row that fits counts. "best" stands for the fastest
 # peer of the run, of which a build may lack some.
@@ -31,6 +32,8 @@ GOALS = [
     (r"TranslateWrap_.*", {"best": 1.0}),
     (r"Field(Extract|Average)_.*", {"libyuv": 1.0}),
     (r"ToolConvert.*", {"bare_qt": 1 / 1.1}),
+    (r"Tga(Read|Write).*", {"best": 1.0}),
+    (r"Qt(Png|Jpeg|Tiff).*", {"QImage": 1 / 1.1}),
 ]
 
 

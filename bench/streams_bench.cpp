@@ -2,10 +2,8 @@
 // adds to a bare QImage for the formats that Qt decodes.
 #include <FreeImage.h>
 #include <IL/il.h>
-#include <benchmark/benchmark.h>
 
 #include <QImage>
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -14,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "image/RDestroyPtr.h"
 #include "image/RImage.h"
 
@@ -40,9 +39,9 @@ class Folder {
   std::filesystem::path mPath;
 };
 
-const Folder& Files() {
+std::string FilePath(const std::string& name) {
   static const Folder folder;
-  return folder;
+  return folder.Path(name);
 }
 
 // Smooth colours with noise in the low bits, as photographs have them.
@@ -53,48 +52,19 @@ Bytes MakePixels(int width, int height, int pixelSize) {
     for (int x = 0; x < width; ++x) {
       noise = noise * 1664525U + 1013904223U;
       for (int c = 0; c < pixelSize; ++c) {
-        pixels.push_back(
-            static_cast<unsigned char>((x * (c + 1) + y * 3) / 16 + static_cast<int>(noise >> (26 + c))));
+        const int grain = static_cast<int>(noise >> (26 + c));
+        pixels.push_back(static_cast<unsigned char>((x * (c + 1) + y * 3) / 16 + grain));
       }
     }
   }
   return pixels;
 }
 
-ImagePtr MakeImage(kImageFormat format, int pixelSize) {
-  ImagePtr image(RImageCreate());
-  (void)image->Init(format, kSide, kSide, 0, 0, false, kImageTypeFrame, kInterleaveNone, kInterpolationNone,
-                    RImage::kIncarnationRaw);
-  Bytes pixels = MakePixels(kSide, kSide, pixelSize);
-  (void)image->SetImageBits(pixels.data());
-  return image;
-}
-
-void SetPixelBytes(benchmark::State& state, std::int64_t bytes) {
-  state.SetBytesProcessed(state.iterations() * bytes);
-}
-
-// --- TGA.
-
-Bytes TgaHeader(int depth) {
-  const auto side = static_cast<unsigned char>(kSide >> 8);
-  Bytes header(18);
-  header[2] = 2;
-  header[13] = side;
-  header[15] = side;
-  header[16] = static_cast<unsigned char>(depth);
-  header[17] = depth == 32 ? 8 : 0;
-  return header;
-}
-
-std::string TgaFile(int depth) {
-  const std::string path = Files().Path("read" + std::to_string(depth) + ".tga");
-  if (std::filesystem::exists(path)) return path;
+void WriteBytes(const std::string& path, std::initializer_list<Bytes> parts) {
   std::ofstream file(path, std::ios::binary);
-  for (const Bytes& part : {TgaHeader(depth), MakePixels(kSide, kSide, depth / 8)}) {
+  for (const Bytes& part : parts) {
     file.write(reinterpret_cast<const char*>(part.data()), static_cast<std::streamsize>(part.size()));
   }
-  return path;
 }
 
 ImagePtr Read(const std::string& path) {
@@ -103,189 +73,184 @@ ImagePtr Read(const std::string& path) {
   return ImagePtr(image);
 }
 
-void TgaReadOurs(benchmark::State& state, int depth) {
-  const std::string path = TgaFile(depth);
-  const Bytes expected = MakePixels(kSide, kSide, depth / 8);
-  const ImagePtr once = Read(path);
-  if (!once || std::memcmp(once->GetImageBits(), expected.data(), expected.size()) != 0)
-    state.SkipWithError("wrong");
-  for (auto _ : state) benchmark::DoNotOptimize(Read(path)->GetImageBits());
-  SetPixelBytes(state, static_cast<std::int64_t>(expected.size()));
+bool Holds(const ImagePtr& image, const Bytes& pixels) {
+  return image && std::memcmp(image->GetImageBits(), pixels.data(), pixels.size()) == 0;
 }
 
-void TgaReadFreeImage(benchmark::State& state, int depth) {
-  const std::string path = TgaFile(depth);
-  for (auto _ : state) {
-    FIBITMAP* bitmap = FreeImage_Load(FIF_TARGA, path.c_str(), 0);
-    if (!bitmap) state.SkipWithError("not read");
-    FreeImage_Unload(bitmap);
-  }
-  SetPixelBytes(state, std::int64_t{kSide} * kSide * depth / 8);
+// --- Reading TGA.
+
+Bytes TgaHeader(int depth) {
+  Bytes header(18);
+  header[2] = 2;
+  header[13] = kSide >> 8;
+  header[15] = kSide >> 8;
+  header[16] = static_cast<unsigned char>(depth);
+  header[17] = depth == 32 ? 8 : 0;
+  return header;
 }
 
-void TgaReadDevIL(benchmark::State& state, int depth) {
-  static const bool ready = (ilInit(), true);
-  const std::string path = TgaFile(depth);
-  for (auto _ : state) {
+bench::Action ReadOurs(const std::string& path, const Bytes& pixels) {
+  if (!Holds(Read(path), pixels)) return {};
+  return [=] { benchmark::DoNotOptimize(Read(path)->GetImageBits()); };
+}
+
+bench::Action ReadFreeImage(const std::string& path) {
+  return [=] { FreeImage_Unload(FreeImage_Load(FIF_TARGA, path.c_str(), 0)); };
+}
+
+bench::Action ReadDevIL(const std::string& path) {
+  ilInit();
+  return [=] {
     const ILuint image = ilGenImage();
     ilBindImage(image);
-    if (!ready || !ilLoad(IL_TGA, path.c_str())) state.SkipWithError("not read");
+    ilLoad(IL_TGA, path.c_str());
     ilDeleteImage(image);
-  }
-  SetPixelBytes(state, std::int64_t{kSide} * kSide * depth / 8);
+  };
 }
 
-// The limit of reading: the file's bytes into memory that is there already.
-void TgaReadFread(benchmark::State& state, int depth) {
-  const std::string path = TgaFile(depth);
-  Bytes bytes(std::filesystem::file_size(path));
-  for (auto _ : state) {
+// The limit: the file's bytes into memory that is there already.
+bench::Action ReadFread(const std::string& path) {
+  const auto bytes = std::make_shared<Bytes>(std::filesystem::file_size(path));
+  return [=] {
     std::FILE* file = std::fopen(path.c_str(), "rb");
-    if (std::fread(bytes.data(), 1, bytes.size(), file) != bytes.size()) state.SkipWithError("short");
+    benchmark::DoNotOptimize(std::fread(bytes->data(), 1, bytes->size(), file));
     std::fclose(file);
-  }
-  SetPixelBytes(state, static_cast<std::int64_t>(bytes.size()));
+  };
 }
 
-struct WriteCase {
+void RegisterTgaRead(int depth) {
+  const std::string subject = "TgaRead" + std::to_string(depth);
+  const std::string path = FilePath(subject + ".tga");
+  const std::size_t bytes = std::size_t{kSide} * kSide * static_cast<std::size_t>(depth / 8);
+  const auto prepare = [=] {
+    Bytes pixels = MakePixels(kSide, kSide, depth / 8);
+    WriteBytes(path, {TgaHeader(depth), pixels});
+    return pixels;
+  };
+  bench::Register(subject, "ours", bytes, [=] { return ReadOurs(path, prepare()); });
+  bench::Register(subject, "FreeImage", bytes, [=] { return prepare(), ReadFreeImage(path); });
+  bench::Register(subject, "DevIL", bytes, [=] { return prepare(), ReadDevIL(path); });
+  bench::Register(subject, "fread", bytes, [=] { return prepare(), ReadFread(path); });
+  bench::RegisterMemcpy(subject, bytes);
+}
+
+// --- Writing TGA.
+
+struct TgaWriteCase {
+  const char* name;
   kImageFormat format;
   int pixelSize;
+  ILenum devilFormat;
 };
 
-void TgaWriteOurs(benchmark::State& state, WriteCase what) {
-  const ImagePtr image = MakeImage(what.format, what.pixelSize);
-  const std::string path = Files().Path("written.tga");
-  for (auto _ : state) {
-    if (!RImage::WriteToDisk(image.get(), path.c_str(), "", -1, 0)) state.SkipWithError("not written");
+bench::Action WriteOurs(const TgaWriteCase& what, const std::string& path) {
+  const std::shared_ptr<RImage> image(RImageCreate(), RDestroyDeleter());
+  if (!image->Init(what.format, kSide, kSide, 0, 0, false, kImageTypeFrame, kInterleaveNone,
+                   kInterpolationNone, RImage::kIncarnationRaw)) {
+    return {};
   }
-  SetPixelBytes(state, std::int64_t{kSide} * kSide * what.pixelSize);
-}
-
-void TgaWriteFreeImage(benchmark::State& state, WriteCase what) {
   Bytes pixels = MakePixels(kSide, kSide, what.pixelSize);
-  FIBITMAP* bitmap = FreeImage_ConvertFromRawBits(pixels.data(), kSide, kSide, kSide * what.pixelSize,
-                                                  static_cast<unsigned>(what.pixelSize) * 8, 0, 0, 0);
-  const std::string path = Files().Path("freeimage.tga");
-  for (auto _ : state) {
-    if (!FreeImage_Save(FIF_TARGA, bitmap, path.c_str(), 0)) state.SkipWithError("not written");
-  }
-  FreeImage_Unload(bitmap);
-  SetPixelBytes(state, static_cast<std::int64_t>(pixels.size()));
+  (void)image->SetImageBits(pixels.data());
+  const auto write = [=] { return RImage::WriteToDisk(image.get(), path.c_str(), "", -1, 0); };
+  if (!write() || std::filesystem::file_size(path) != pixels.size() + 18) return {};
+  return [=] { benchmark::DoNotOptimize(write()); };
 }
 
-void TgaWriteDevIL(benchmark::State& state, WriteCase what) {
+// Takes pixels in its own order, BGRA or BGR.
+bench::Action WriteFreeImage(const TgaWriteCase& what, const std::string& path) {
+  Bytes pixels = MakePixels(kSide, kSide, what.pixelSize);
+  const std::shared_ptr<FIBITMAP> bitmap(
+      FreeImage_ConvertFromRawBits(pixels.data(), kSide, kSide, kSide * what.pixelSize,
+                                   static_cast<unsigned>(what.pixelSize) * 8, 0, 0, 0),
+      FreeImage_Unload);
+  return [=] { FreeImage_Save(FIF_TARGA, bitmap.get(), path.c_str(), 0); };
+}
+
+bench::Action WriteDevIL(const TgaWriteCase& what, const std::string& path) {
   ilInit();
   ilEnable(IL_FILE_OVERWRITE);
   Bytes pixels = MakePixels(kSide, kSide, what.pixelSize);
   const ILuint image = ilGenImage();
   ilBindImage(image);
-  ilTexImage(kSide, kSide, 1, static_cast<ILubyte>(what.pixelSize), what.pixelSize == 4 ? IL_BGRA : IL_BGR,
-             IL_UNSIGNED_BYTE, pixels.data());
-  const std::string path = Files().Path("devil.tga");
-  for (auto _ : state) {
-    if (!ilSave(IL_TGA, path.c_str())) state.SkipWithError("not written");
-  }
-  ilDeleteImage(image);
-  SetPixelBytes(state, static_cast<std::int64_t>(pixels.size()));
+  ilTexImage(kSide, kSide, 1, static_cast<ILubyte>(what.pixelSize), what.devilFormat, IL_UNSIGNED_BYTE,
+             pixels.data());
+  return [=] {
+    ilBindImage(image);
+    ilSave(IL_TGA, path.c_str());
+  };
 }
 
-// The limit of writing: one block of the file's size.
-void TgaWriteFwrite(benchmark::State& state, WriteCase what) {
-  const Bytes pixels = MakePixels(kSide, kSide, what.pixelSize);
-  const std::string path = Files().Path("fwrite.tga");
-  for (auto _ : state) {
+// The limit: one write of the file's size.
+bench::Action WriteFwrite(std::size_t bytes, const std::string& path) {
+  const std::shared_ptr<unsigned char> from = bench::MakeBuffer(bytes);
+  return [=] {
     std::FILE* file = std::fopen(path.c_str(), "wb");
-    if (std::fwrite(pixels.data(), 1, pixels.size(), file) != pixels.size()) state.SkipWithError("short");
+    benchmark::DoNotOptimize(std::fwrite(from.get(), 1, bytes, file));
     std::fclose(file);
-  }
-  SetPixelBytes(state, static_cast<std::int64_t>(pixels.size()));
+  };
 }
 
-void TgaMemcpy(benchmark::State& state, int depth) {
-  const Bytes source = MakePixels(kSide, kSide, depth / 8);
-  Bytes destination(source.size());
-  for (auto _ : state) {
-    std::memcpy(destination.data(), source.data(), source.size());
-    benchmark::ClobberMemory();
-  }
-  SetPixelBytes(state, static_cast<std::int64_t>(source.size()));
+void RegisterTgaWrite(const TgaWriteCase& what) {
+  const std::string subject = what.name;
+  const std::string path = FilePath(subject + ".tga");
+  const std::size_t bytes = std::size_t{kSide} * kSide * static_cast<std::size_t>(what.pixelSize);
+  bench::Register(subject, "ours", bytes, [=] { return WriteOurs(what, path); });
+  bench::Register(subject, "FreeImage", bytes, [=] { return WriteFreeImage(what, path); });
+  bench::Register(subject, "DevIL", bytes, [=] { return WriteDevIL(what, path); });
+  bench::Register(subject, "fwrite", bytes, [=] { return WriteFwrite(bytes, path); });
+  bench::RegisterMemcpy(subject, bytes);
 }
-
-BENCHMARK_CAPTURE(TgaReadOurs, 32, 32)->Name("TgaRead32/ours");
-BENCHMARK_CAPTURE(TgaReadFreeImage, 32, 32)->Name("TgaRead32/FreeImage");
-BENCHMARK_CAPTURE(TgaReadDevIL, 32, 32)->Name("TgaRead32/DevIL");
-BENCHMARK_CAPTURE(TgaReadFread, 32, 32)->Name("TgaRead32/fread");
-BENCHMARK_CAPTURE(TgaMemcpy, 32, 32)->Name("TgaRead32/memcpy");
-BENCHMARK_CAPTURE(TgaReadOurs, 24, 24)->Name("TgaRead24/ours");
-BENCHMARK_CAPTURE(TgaReadFreeImage, 24, 24)->Name("TgaRead24/FreeImage");
-BENCHMARK_CAPTURE(TgaReadDevIL, 24, 24)->Name("TgaRead24/DevIL");
-BENCHMARK_CAPTURE(TgaReadFread, 24, 24)->Name("TgaRead24/fread");
-BENCHMARK_CAPTURE(TgaMemcpy, 24, 24)->Name("TgaRead24/memcpy");
-
-BENCHMARK_CAPTURE(TgaWriteOurs, bgra, WriteCase{kImageFormatBGRA, 4})->Name("TgaWrite32/ours");
-BENCHMARK_CAPTURE(TgaWriteOurs, rgba, WriteCase{kImageFormatRGBA, 4})->Name("TgaWrite32/ours_RGBA");
-BENCHMARK_CAPTURE(TgaWriteOurs, argb, WriteCase{kImageFormatARGB, 4})->Name("TgaWrite32/ours_ARGB");
-BENCHMARK_CAPTURE(TgaWriteFreeImage, bgra, WriteCase{kImageFormatBGRA, 4})->Name("TgaWrite32/FreeImage");
-BENCHMARK_CAPTURE(TgaWriteDevIL, bgra, WriteCase{kImageFormatBGRA, 4})->Name("TgaWrite32/DevIL");
-BENCHMARK_CAPTURE(TgaWriteFwrite, bgra, WriteCase{kImageFormatBGRA, 4})->Name("TgaWrite32/fwrite");
-BENCHMARK_CAPTURE(TgaMemcpy, w32, 32)->Name("TgaWrite32/memcpy");
-BENCHMARK_CAPTURE(TgaWriteOurs, bgr, WriteCase{kImageFormatBGR, 3})->Name("TgaWrite24/ours");
-BENCHMARK_CAPTURE(TgaWriteOurs, rgb, WriteCase{kImageFormatRGB, 3})->Name("TgaWrite24/ours_RGB");
-BENCHMARK_CAPTURE(TgaWriteFreeImage, bgr, WriteCase{kImageFormatBGR, 3})->Name("TgaWrite24/FreeImage");
-BENCHMARK_CAPTURE(TgaWriteDevIL, bgr, WriteCase{kImageFormatBGR, 3})->Name("TgaWrite24/DevIL");
-BENCHMARK_CAPTURE(TgaWriteFwrite, bgr, WriteCase{kImageFormatBGR, 3})->Name("TgaWrite24/fwrite");
-BENCHMARK_CAPTURE(TgaMemcpy, w24, 24)->Name("TgaWrite24/memcpy");
 
 // --- What Qt decodes.
 
 struct QtCase {
   const char* name;
-  const char* file;
+  const char* suffix;
   QImage::Format format;
   int side;
+  std::size_t pixelSize;  // of the image record
 };
 
 std::string QtFile(const QtCase& what) {
-  const std::string path = Files().Path(what.file);
-  if (std::filesystem::exists(path)) return path;
+  std::string path = FilePath(std::string(what.name) + what.suffix);
   const Bytes pixels = MakePixels(what.side, what.side, 4);
   const QImage image(pixels.data(), what.side, what.side, QImage::Format_ARGB32);
   (void)image.convertToFormat(what.format).save(QString::fromStdString(path), nullptr, 90);
   return path;
 }
 
-void QtLoadOurs(benchmark::State& state, QtCase what) {
+bench::Action QtOurs(const QtCase& what) {
   const std::string path = QtFile(what);
   const ImagePtr once = Read(path);
-  if (!once || once->GetWidth() != what.side) state.SkipWithError("not read");
-  for (auto _ : state) benchmark::DoNotOptimize(Read(path)->GetImageBits());
-  SetPixelBytes(state, std::int64_t{what.side} * what.side * once->GetPixelSize());
+  if (!once || once->GetWidth() != what.side) return {};
+  return [=] { benchmark::DoNotOptimize(Read(path)->GetImageBits()); };
 }
 
-void QtLoadQImage(benchmark::State& state, QtCase what) {
+bench::Action QtAlone(const QtCase& what) {
   const QString path = QString::fromStdString(QtFile(what));
-  for (auto _ : state) {
-    const QImage image(path);
-    benchmark::DoNotOptimize(image.constBits());
-  }
-  SetPixelBytes(state, std::int64_t{what.side} * what.side * 4);
+  return [=] { benchmark::DoNotOptimize(QImage(path).constBits()); };
 }
 
-constexpr QtCase kQtCases[] = {
-    {"PngRead", "rgba.png", QImage::Format_ARGB32, 1448},
-    {"PngReadRgb", "rgb.png", QImage::Format_RGB32, 1448},
-    {"PngReadGrey", "grey.png", QImage::Format_Grayscale8, 1448},
-    {"PngReadSmall", "small.png", QImage::Format_ARGB32, 64},
-    {"JpegRead", "rgb.jpg", QImage::Format_RGB32, 1448},
-    {"JpegReadSmall", "small.jpg", QImage::Format_RGB32, 64},
-    {"TiffRead", "rgba.tif", QImage::Format_ARGB32, 1448},
-};
+void RegisterQt(const QtCase& what) {
+  const auto pixels = static_cast<std::size_t>(what.side) * static_cast<std::size_t>(what.side);
+  bench::Register(what.name, "ours", pixels * what.pixelSize, [=] { return QtOurs(what); });
+  bench::Register(what.name, "QImage", pixels * what.pixelSize, [=] { return QtAlone(what); });
+}
 
-[[maybe_unused]] const bool kQtRegistered = [] {
-  for (const QtCase& what : kQtCases) {
-    const std::string name = what.name;
-    benchmark::RegisterBenchmark((name + "/ours").c_str(), QtLoadOurs, what);
-    benchmark::RegisterBenchmark((name + "/QImage").c_str(), QtLoadQImage, what);
+[[maybe_unused]] const bool kRegistered = [] {
+  for (const int depth : {32, 24}) RegisterTgaRead(depth);
+  for (const TgaWriteCase& what : {TgaWriteCase{"TgaWriteBGRA", kImageFormatBGRA, 4, IL_BGRA},
+                                   TgaWriteCase{"TgaWriteRGBA", kImageFormatRGBA, 4, IL_RGBA},
+                                   TgaWriteCase{"TgaWriteBGR", kImageFormatBGR, 3, IL_BGR},
+                                   TgaWriteCase{"TgaWriteRGB", kImageFormatRGB, 3, IL_RGB}}) {
+    RegisterTgaWrite(what);
+  }
+  for (const QtCase& what : {QtCase{"QtPngRGBA", ".png", QImage::Format_ARGB32, 1448, 4},
+                             QtCase{"QtPngRGB", ".png", QImage::Format_RGB32, 1448, 4},
+                             QtCase{"QtPngGrey", ".png", QImage::Format_Grayscale8, 1448, 3},
+                             QtCase{"QtJpeg", ".jpg", QImage::Format_RGB32, 1448, 4},
+                             QtCase{"QtTiff", ".tif", QImage::Format_ARGB32, 1448, 4}}) {
+    RegisterQt(what);
   }
   return true;
 }();
