@@ -3,9 +3,10 @@
 #include <GL/glext.h>
 
 #include <algorithm>
+#include <array>
 
 #include "dds/nv_dds.h"
-#include "image/RScopedUnpack.h"
+#include "image/RScopedPixelStore.h"
 #include "rgl/RGLFunctions.h"
 
 namespace nv_dds {
@@ -23,12 +24,22 @@ int ChannelCount(std::uint32_t format) {
   }
 }
 
-// The rows of top levels are padded to 4 bytes, those of smaller levels are not.
-GLint RowAlignment(const CSurface& surface, std::uint32_t format) {
+// What a level of plain pixels holds.
+struct PlainLayout {
+  GLint alignment;  // of its rows
+  GLsizei slices;
+};
+
+// The rows of top levels are padded to 4 bytes, those of smaller levels are not. Padding keeps one slice of a
+// file that names a depth without being a volume.
+PlainLayout LayoutOf(const CSurface& surface, std::uint32_t format) {
   const std::int64_t channelBytes = surface.get_isFloat() ? 4 : 1;
-  const std::int64_t rowBytes = channelBytes * ChannelCount(format) * surface.get_width();
-  const std::int64_t padded = (rowBytes + 3) / 4 * 4 * surface.get_height() * surface.get_depth();
-  return surface.get_size() >= padded ? 4 : 1;
+  const std::int64_t tight = channelBytes * ChannelCount(format) * surface.get_width() * surface.get_height();
+  const std::int64_t padded =
+      (channelBytes * ChannelCount(format) * surface.get_width() + 3) / 4 * 4 * surface.get_height();
+  if (tight != padded && surface.get_size() == tight * surface.get_depth()) return {1, surface.get_depth()};
+  const std::int64_t slices = padded > 0 ? surface.get_size() / padded : 0;
+  return {4, static_cast<GLsizei>(std::min<std::int64_t>(slices, surface.get_depth()))};
 }
 
 GLenum PixelType(const CSurface& surface) { return surface.get_isFloat() ? GL_FLOAT : GL_UNSIGNED_BYTE; }
@@ -61,7 +72,9 @@ bool CDDSImage::upload_texture1D(int level) {
                                  static_cast<const char*>(surface));
       return;
     }
-    const RScopedUnpack unpack(RowAlignment(surface, mFormat));
+    const PlainLayout layout = LayoutOf(surface, mFormat);
+    if (layout.slices < 1) return;
+    const RScopedUnpack unpack(layout.alignment);
     glTexImage1D(GL_TEXTURE_1D, number, static_cast<GLint>(mFormat), surface.get_width(), 0, mFormat,
                  PixelType(surface), static_cast<const char*>(surface));
   });
@@ -78,7 +91,9 @@ bool CDDSImage::upload_texture2D(int imageIndex, unsigned int target, int level)
                                  SliceBytes(surface), static_cast<const char*>(surface));
       return;
     }
-    const RScopedUnpack unpack(RowAlignment(surface, mFormat));
+    const PlainLayout layout = LayoutOf(surface, mFormat);
+    if (layout.slices < 1) return;
+    const RScopedUnpack unpack(layout.alignment);
     glTexImage2D(target, number, static_cast<GLint>(mFormat), surface.get_width(), surface.get_height(), 0,
                  mFormat, PixelType(surface), static_cast<const char*>(surface));
   });
@@ -95,9 +110,13 @@ bool CDDSImage::upload_texture3D(int level) {
                                  static_cast<const char*>(surface));
       return;
     }
-    const RScopedUnpack unpack(RowAlignment(surface, mFormat));
+    const PlainLayout layout = LayoutOf(surface, mFormat);
+    if (layout.slices < 1) return;
+    const RScopedUnpack rows(layout.alignment);
+    const RScopedPixelStore slices(std::array{RPixelStoreSetting{GL_UNPACK_IMAGE_HEIGHT, 0},
+                                              RPixelStoreSetting{GL_UNPACK_SKIP_IMAGES, 0}});
     gl->glTexImage3D(GL_TEXTURE_3D, number, static_cast<GLint>(mFormat), surface.get_width(),
-                     surface.get_height(), surface.get_depth(), 0, mFormat, PixelType(surface),
+                     surface.get_height(), layout.slices, 0, mFormat, PixelType(surface),
                      static_cast<const char*>(surface));
   });
   return true;

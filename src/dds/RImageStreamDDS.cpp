@@ -7,10 +7,12 @@
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
 #include <algorithm>
+#include <cstring>
 #include <mutex>
 
 #include "dds/RImageDDS.h"
 #include "image/RImageFormat.h"
+#include "rgl/RGLFunctions.h"
 
 namespace {
 
@@ -31,7 +33,10 @@ class DrawingContext {
   DrawingContext(const DrawingContext&) = delete;
   DrawingContext& operator=(const DrawingContext&) = delete;
 
-  [[nodiscard]] bool Begin() { return Create() && mContext.makeCurrent(&mSurface) && mSurface.isValid(); }
+  // A core context has no function table: it would draw nothing and report nothing.
+  [[nodiscard]] bool Begin() {
+    return Create() && mContext.makeCurrent(&mSurface) && mSurface.isValid() && opengl20();
+  }
 
  private:
   // Window systems do not like two threads that make contexts at the same time.
@@ -106,6 +111,7 @@ bool CopyRows(const QImage& rows, int width, int height, unsigned char* pixels) 
   return true;
 }
 
+// Draws texture `slice` of the file into that slice of the image.
 bool DrawSlice(RImageDDS& image, int slice, GLuint texture) {
   const int width = image.GetWidth();
   const int height = image.GetHeight();
@@ -114,13 +120,24 @@ bool DrawSlice(RImageDDS& image, int slice, GLuint texture) {
   if (!target.isValid() || !target.bind()) return false;
   // Making the framebuffer object has bound another texture.
   glBindTexture(GL_TEXTURE_2D, texture);
-  // Deliberate: a volume is one texture, of which the 2D target takes the first slice. The others have no
-  // texture to upload and draw the first one again.
   image.DDSImage().upload_texture2D(slice, GL_TEXTURE_2D, kTopLevelOnly);
   DrawQuad(width, height);
   const QImage rows = target.toImage(false);
   target.release();
   return CopyRows(rows, width, height, image.GetImageBitsAtDepth(static_cast<unsigned>(slice)));
+}
+
+// Deliberate: a volume is one texture, of which the 2D target takes the first slice. The others have no
+// texture to upload and would draw the last one again, so they are copies: a small file can name millions of
+// slices.
+bool RepeatSlice(RImageDDS& image, int slice) {
+  const auto number = static_cast<unsigned>(slice);
+  const auto bytes = static_cast<std::size_t>(RImageBytes(image.GetWidth(), image.GetHeight(), 1, 4));
+  const unsigned char* before = image.GetImageBitsAtDepth(number - 1);
+  unsigned char* pixels = image.GetImageBitsAtDepth(number);
+  if (!before || !pixels) return false;
+  std::memcpy(pixels, before, bytes);
+  return true;
 }
 
 bool DrawSlices(RImageDDS& image) {
@@ -129,7 +146,9 @@ bool DrawSlices(RImageDDS& image) {
   glGenTextures(1, &texture);
   SetUpTexturing(texture);
   bool drawn = true;
-  for (int slice = 0; slice < image.GetDepth() && drawn; ++slice) drawn = DrawSlice(image, slice, texture);
+  const int textures = image.DDSImage().get_num_images();
+  for (int slice = 0; slice < image.GetDepth() && drawn; ++slice)
+    drawn = slice < textures ? DrawSlice(image, slice, texture) : RepeatSlice(image, slice);
   RestoreDrawing(texture);
   return drawn;
 }

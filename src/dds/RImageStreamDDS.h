@@ -17,7 +17,8 @@ class RIMAGE_API RImageStreamDDS : public RImageStream {
   /// When it ends no context is current on the thread, unless it failed before it made one: callers make
   /// theirs current again.
   ///
-  /// False when the file cannot be loaded or is too large for memory or the driver, when there is no global
-  /// share context, or when no context can be made; the image is then the new, empty record.
+  /// False when the file cannot be loaded or there is no global share context, the image then being the new,
+  /// empty record; and when the picture is too large for memory or the driver, or no compatibility context
+  /// can be made, the image then having no pixels that mean anything.
   bool StreamOpen(RStreamOptions* options) override;
 };

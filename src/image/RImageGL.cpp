@@ -2,13 +2,14 @@
 #include <GL/gl.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 #include <utility>
 
 #include "image/RImage.h"
 #include "image/RImageFormat.h"
-#include "image/RScopedUnpack.h"
+#include "image/RScopedPixelStore.h"
 
 #ifndef GL_ABGR_EXT
 #define GL_ABGR_EXT 0x8000
@@ -31,20 +32,6 @@ LevelSize GetLevelSize() {
   glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, &size.height);
   return size;
 }
-
-class ScopedPackAlignment {
- public:
-  ScopedPackAlignment() {
-    glGetIntegerv(GL_PACK_ALIGNMENT, &mSaved);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
-  }
-  ~ScopedPackAlignment() { glPixelStorei(GL_PACK_ALIGNMENT, mSaved); }
-  ScopedPackAlignment(const ScopedPackAlignment&) = delete;
-  ScopedPackAlignment& operator=(const ScopedPackAlignment&) = delete;
-
- private:
-  GLint mSaved = 4;
-};
 
 // The bytes that OpenGL moves for a pixel, and the components of the texture: RGB555 goes as three bytes,
 // every other format as its own size. The record's own pixel size may still be that of a raw image before.
@@ -195,7 +182,7 @@ void RImage::DownloadPixels() {
   glPixelStorei(GL_PACK_ROW_LENGTH, mWidth);
   glPixelStorei(GL_PACK_SKIP_ROWS, 0);
   glPixelStorei(GL_PACK_SKIP_PIXELS, 0);
-  const ScopedPackAlignment alignment;
+  const RScopedPixelStore tight(std::array{RPixelStoreSetting{GL_PACK_ALIGNMENT, 1}});
   // The driver always writes the whole level, so one of another size or pixel size goes through a buffer.
   const LevelSize level = GetLevelSize();
   const int pixelSize = TransferPixelSize(mFormat);

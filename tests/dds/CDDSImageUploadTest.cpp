@@ -248,6 +248,72 @@ TEST_F(CDDSImageUploadTest, VolumesGoToTheThreeDimensionalTarget) {
   EXPECT_EQ(test::ReadTexture(mTexture, GL_RGBA, GL_TEXTURE_3D, 1).bytes, small);
 }
 
+TEST_F(CDDSImageUploadTest, OddVolumesArriveByteForByteWhateverTheHostUnpacks) {
+  constexpr std::pair<GLenum, GLint> kHost[] = {{GL_UNPACK_ROW_LENGTH, 77},  {GL_UNPACK_SKIP_ROWS, 3},
+                                                {GL_UNPACK_SKIP_PIXELS, 5},  {GL_UNPACK_ALIGNMENT, 8},
+                                                {GL_UNPACK_IMAGE_HEIGHT, 9}, {GL_UNPACK_SKIP_IMAGES, 1}};
+  for (const auto& [name, value] : kHost) glPixelStorei(name, value);
+  const Bytes top = Noise(3 * 5 * 4 * 3);
+  const Bytes small = Noise(1 * 2 * 2 * 3, 2);
+  CDDSImage image = Load(AddLevels(Rgb(3, 5).Volume(4).Mipmaps(2), {top, small}));
+  glBindTexture(GL_TEXTURE_3D, mTexture);
+  image.upload_texture3D(32768);
+  for (const auto& [name, value] : kHost) {
+    GLint now = 0;
+    glGetIntegerv(name, &now);
+    EXPECT_EQ(now, value);
+    glPixelStorei(name, name == GL_UNPACK_ALIGNMENT ? 4 : 0);
+  }
+  EXPECT_EQ(test::ReadTexture(mTexture, GL_RGB, GL_TEXTURE_3D).bytes, top);
+  EXPECT_EQ(test::ReadTexture(mTexture, GL_RGB, GL_TEXTURE_3D, 1).bytes, small);
+}
+
+// Such files lose all slices but the first when their rows are padded.
+TEST_F(CDDSImageUploadTest, ADepthWithoutTheVolumeFlagUploadsTheSlicesThatAreThere) {
+  struct Case {
+    DdsBuilder file;
+    std::vector<int> slices;  // of each level
+    const char* alignment;
+  };
+  const DdsBuilder rgba = DdsBuilder::Rgba(2, 2).Set(DdsBuilder::kDepth, 4).Mipmaps(2).Data(Noise(64 + 8));
+  const DdsBuilder rgb = Rgb(3, 2).Set(DdsBuilder::kDepth, 5).Data(Noise(90));
+  const DdsBuilder luminance = DdsBuilder(1, 3).Masks(kLuminance, 8, 0xFF, 0, 0, 0);
+  const DdsBuilder two = DdsBuilder(luminance).Set(DdsBuilder::kDepth, 2).Data(Noise(6));
+  // As many bytes as padded rows of one slice would take, so nothing is padded.
+  const DdsBuilder four = DdsBuilder(luminance).Set(DdsBuilder::kDepth, 4).Data(Noise(12));
+  for (const Case& row :
+       {Case{rgba, {1, 2}, "4"}, Case{rgb, {1}, "4"}, Case{two, {1}, "4"}, Case{four, {4}, "1"}}) {
+    CDDSImage image = Load(row.file);
+    ASSERT_FALSE(image.is_volume());
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_3D, texture);
+    const GLRecorder recorder;
+    EXPECT_TRUE(image.upload_texture3D(32768));
+    EXPECT_EQ(recorder.Count("glTexImage3D"), static_cast<int>(row.slices.size()));
+    for (std::size_t level = 0; level < row.slices.size(); ++level) {
+      EXPECT_EQ(
+          test::TextureLevelParameter(texture, GL_TEXTURE_DEPTH, GL_TEXTURE_3D, static_cast<int>(level)),
+          row.slices[level]);
+    }
+    const std::string first = recorder.Text({"glPixelStorei"});
+    EXPECT_NE(first.find("glPixelStorei(GL_UNPACK_ALIGNMENT, " + std::string(row.alignment)),
+              std::string::npos);
+    glDeleteTextures(1, &texture);
+  }
+}
+
+TEST_F(CDDSImageUploadTest, ASurfaceWithoutAllItsBytesIsLeftOut) {
+  CDDSImage image = Load(DdsBuilder::Rgba(2, 2).Data(Noise(16)));
+  ASSERT_TRUE(image.get_image(0).create(2, 2, 1, 15, false));
+  const GLRecorder recorder;
+  EXPECT_TRUE(image.upload_texture1D(32768));
+  EXPECT_TRUE(image.upload_texture2D(0, GL_TEXTURE_2D, 32768));
+  EXPECT_TRUE(image.upload_texture3D(32768));
+  for (const char* call : {"glTexImage1D", "glTexImage2D", "glTexImage3D"})
+    EXPECT_EQ(recorder.Count(call), 0) << call;
+}
+
 TEST_F(CDDSImageUploadTest, CompressedVolumesNameAllSlicesBytes) {
   CDDSImage image = Load(DdsBuilder(4, 4).Code("DXT5").Volume(2).Data(Noise(32)));
   glBindTexture(GL_TEXTURE_3D, mTexture);

@@ -153,6 +153,25 @@ TEST_F(RImageDDSTest, DeliberateAVolumeTextureTakesFlatFiles) {
   glDeleteTextures(1, &texture);
 }
 
+TEST_F(RImageDDSTest, AVolumeTextureTakesNoMoreThanTheFileHolds) {
+  // A depth without the flag of a volume, whose padded rows leave one slice.
+  const ImagePtr image = Load(DdsBuilder::Rgba(2, 2).Set(DdsBuilder::kDepth, 3).Data(Noise(48)));
+  ASSERT_FALSE(image->DDSImage().is_volume());
+  unsigned int texture = 0;
+  image->DrawCurrent(kVideoTextureVolume, 32768, texture);
+  EXPECT_EQ(test::ReadTexture(texture, GL_RGBA, GL_TEXTURE_3D).bytes.size(), 16U);
+  glDeleteTextures(1, &texture);
+}
+
+TEST_F(RImageDDSTest, WithoutAContextNoTextureIsMade) {
+  const ImagePtr image = Load(DdsBuilder::Rgba(2, 2).Data(Noise(16)));
+  Host().Context().doneCurrent();
+  unsigned int texture = 0;
+  image->DrawCurrent(kVideoTexture2D, 32768, texture);
+  EXPECT_EQ(texture, 0U);
+  ASSERT_TRUE(Host().MakeCurrent());
+}
+
 TEST_F(RImageDDSTest, TheLevelLimitsWhatIsUploaded) {
   const ImagePtr image =
       Load(DdsBuilder::Rgba(4, 4).Mipmaps(3).Data(Noise(64)).Data(Noise(16, 2)).Data(Noise(4, 3)));

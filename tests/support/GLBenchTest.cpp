@@ -211,6 +211,25 @@ TEST_F(GLBenchTest, MakingCurrentCanBeMadeToFail) {
   ASSERT_TRUE(Host().MakeCurrent());
 }
 
+TEST_F(GLBenchTest, SeesContextsThatAreMadeAtTheSameTime) {
+  const auto make = [] {
+    for (int i = 0; i < 5; ++i) {
+      QOpenGLContext context;
+      EXPECT_TRUE(context.create());
+    }
+  };
+  const CreationWatch alone;
+  make();
+  EXPECT_GE(alone.Count(), 5);
+  EXPECT_EQ(alone.MostAtOnce(), 1);
+  const CreationWatch together;
+  std::thread other(make);
+  make();
+  other.join();
+  EXPECT_GE(together.Count(), 10);
+  EXPECT_EQ(together.MostAtOnce(), 2);
+}
+
 TEST_F(GLBenchTest, ReadsTexturesAndFramebuffersByteForByte) {
   const std::vector<unsigned char> bytes = Noise(5 * 3 * 4);
   GLuint texture = MakeTexture(5, 3, GL_RGBA, bytes.data());

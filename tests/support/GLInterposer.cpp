@@ -9,11 +9,13 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <map>
 #include <mutex>
 #include <set>
 #include <sstream>
+#include <thread>
 #include <type_traits>
 
 #include "support/GLEnumNames.h"
@@ -276,6 +278,45 @@ const std::array<void*, kEntryPoints.size()> kRecordings{
 
 std::atomic<bool> gMakeCurrentFails = false;
 
+// --- The making of contexts and surfaces.
+
+std::atomic<bool> gWatchesCreation = false;
+std::mutex gCreationMutex;
+int gCreations = 0;
+int gCreationsNow = 0;
+int gMostCreations = 0;
+
+/// Lives while a context or a surface is being made.
+class Creation {
+ public:
+  Creation() : mIsCounted(gWatchesCreation) {
+    if (!mIsCounted) return;
+    {
+      const std::lock_guard lock(gCreationMutex);
+      ++gCreations;
+      gMostCreations = std::max(gMostCreations, ++gCreationsNow);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  ~Creation() {
+    const std::lock_guard lock(gCreationMutex);
+    if (mIsCounted) --gCreationsNow;
+  }
+  Creation(const Creation&) = delete;
+  Creation& operator=(const Creation&) = delete;
+
+ private:
+  bool mIsCounted;
+};
+
+using GlxCreate = void*(void*, void*, void*, int, const int*);
+GlxCreate* gGlxCreate = nullptr;
+
+void* GlxCreateWatched(void* display, void* configuration, void* share, int direct, const int* attributes) {
+  const Creation creation;
+  return gGlxCreate(display, configuration, share, direct, attributes);
+}
+
 // --- Errors of the driver.
 
 std::mutex gCaptureMutex;
@@ -309,7 +350,10 @@ template <class Resolve>
 void* ProcAddress(const char* name, Resolve* resolve) {
   const std::size_t index = FindEntryPoint(name);
   if (index < kEntryPoints.size()) return kRecordings[index];
-  return resolve ? reinterpret_cast<void*>(resolve(name)) : nullptr;
+  void* function = resolve ? reinterpret_cast<void*>(resolve(name)) : nullptr;
+  if (!function || std::string_view(name) != "glXCreateContextAttribsARB") return function;
+  gGlxCreate = reinterpret_cast<GlxCreate*>(function);
+  return reinterpret_cast<void*>(&GlxCreateWatched);
 }
 
 }  // namespace
@@ -351,6 +395,23 @@ int GLRecorder::Count(std::string_view name) const {
 
 MakeCurrentFailure::MakeCurrentFailure() { gMakeCurrentFails = true; }
 MakeCurrentFailure::~MakeCurrentFailure() { gMakeCurrentFails = false; }
+
+CreationWatch::CreationWatch() {
+  const std::lock_guard lock(gCreationMutex);
+  gCreations = gMostCreations = 0;
+  gWatchesCreation = true;
+}
+CreationWatch::~CreationWatch() { gWatchesCreation = false; }
+
+int CreationWatch::Count() const {
+  const std::lock_guard lock(gCreationMutex);
+  return gCreations;
+}
+
+int CreationWatch::MostAtOnce() const {
+  const std::lock_guard lock(gCreationMutex);
+  return gMostCreations;
+}
 
 std::string LiveGLObjects() { return Objects().Text(); }
 void ForgetLiveGLObjects() { Objects().Clear(); }
@@ -418,6 +479,20 @@ GLAddress eglGetProcAddress(const char* name) {
   using Resolve = void*(const char*);
   static auto* next = reinterpret_cast<Resolve*>(test::NextInEGL("eglGetProcAddress"));
   return reinterpret_cast<GLAddress>(test::ProcAddress(name, next));
+}
+
+unsigned long glXCreatePbuffer(void* display, void* configuration, const int* attributes) {
+  using Create = unsigned long(void*, void*, const int*);
+  static auto* next = reinterpret_cast<Create*>(test::Next("glXCreatePbuffer"));
+  const test::Creation creation;
+  return next(display, configuration, attributes);
+}
+
+void* eglCreateContext(void* display, void* configuration, void* share, const int* attributes) {
+  using Create = void*(void*, void*, void*, const int*);
+  static auto* next = reinterpret_cast<Create*>(test::NextInEGL("eglCreateContext"));
+  const test::Creation creation;
+  return next(display, configuration, share, attributes);
 }
 
 int glXMakeCurrent(void* display, unsigned long drawable, void* context) {

@@ -80,6 +80,21 @@ class MakeCurrentFailure {
   MakeCurrentFailure& operator=(const MakeCurrentFailure&) = delete;
 };
 
+/// Watches the making of contexts and off-screen surfaces on all threads, and draws each one out a little, so
+/// that two that may meet do. One watch at a time.
+class CreationWatch {
+ public:
+  CreationWatch();
+  ~CreationWatch();
+  CreationWatch(const CreationWatch&) = delete;
+  CreationWatch& operator=(const CreationWatch&) = delete;
+
+  /// How many contexts and surfaces have been made.
+  int Count() const;
+  /// The most that were being made at the same time.
+  int MostAtOnce() const;
+};
+
 /// Takes the error messages of the driver as long as it lives; without one they fail the test. Captures nest.
 class GLErrorCapture {
  public:
