@@ -14,21 +14,34 @@ file(RELATIVE_PATH rimage_prefix_from_pkgconfig
 set(rimage_lib_rpath "$ORIGIN")
 set(rimage_bin_rpath "$ORIGIN/${rimage_lib_from_bin}")
 
+# Headers are included by the name of their folder, which is not always the library's.
+set(rimage_headers_of_rbaselib host/rbaselib)
+set(rimage_headers_of_rgl host/rgl)
+set(rimage_headers_of_cg host/cg/Cg)
+foreach(library IN LISTS RIMAGE_HOST_LIBRARIES)
+  set_target_properties(${library} PROPERTIES INSTALL_RPATH "${rimage_lib_rpath}")
+  install(TARGETS ${library} EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host)
+  install(DIRECTORY ${rimage_headers_of_${library}} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT host
+    FILES_MATCHING PATTERN "*.h" PATTERN internal EXCLUDE)
+endforeach()
+
+foreach(library IN LISTS RIMAGE_FOUND_HOST_LIBRARIES)
+  cmake_path(GET RHost_${library}_LIBRARY PARENT_PATH folder)
+  list(APPEND rimage_lib_rpath ${folder})
+  list(APPEND rimage_bin_rpath ${folder})
+endforeach()
+list(REMOVE_DUPLICATES rimage_lib_rpath)
+list(REMOVE_DUPLICATES rimage_bin_rpath)
+if(RIMAGE_FOUND_HOST_LIBRARIES)
+  install(FILES cmake/FindRHost.cmake DESTINATION ${rimage_package_dir} COMPONENT module)
+endif()
+
 if(RIMAGE_HOST STREQUAL "embedded")
   set(rimage_host_libdir "\${libdir}")
   set(rimage_host_includedir "\${includedir}")
-  foreach(library IN LISTS RIMAGE_HOST_LIBRARIES)
-    set_target_properties(${library} PROPERTIES INSTALL_RPATH "${rimage_lib_rpath}")
-    install(TARGETS ${library} EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host)
-    install(DIRECTORY host/${library} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT host
-      FILES_MATCHING PATTERN "*.h" PATTERN internal EXCLUDE)
-  endforeach()
 else()
   cmake_path(GET RHost_rbaselib_LIBRARY PARENT_PATH rimage_host_libdir)
   set(rimage_host_includedir ${RHost_rbaselib_INCLUDE_DIR})
-  list(APPEND rimage_lib_rpath ${rimage_host_libdir})
-  list(APPEND rimage_bin_rpath ${rimage_host_libdir})
-  install(FILES cmake/FindRHost.cmake DESTINATION ${rimage_package_dir} COMPONENT module)
 endif()
 
 set_target_properties(rimage PROPERTIES INSTALL_RPATH "${rimage_lib_rpath}")

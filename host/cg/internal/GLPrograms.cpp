@@ -1,0 +1,183 @@
+#include "cg/internal/GLPrograms.h"
+
+#include <QOpenGLContext>
+#include <algorithm>
+#include <iterator>
+
+#include "rgl/RGLFunctions.h"
+
+namespace cg {
+
+namespace {
+
+/// Returns the driver's remarks, from the functions that tell their length and their text.
+template <class GetLength, class GetText>
+std::string InfoLog(const GetLength& getLength, const GetText& getText) {
+  GLint length = 0;
+  getLength(&length);
+  std::string log(static_cast<std::size_t>(std::max(length, 1)), '\0');
+  getText(static_cast<GLsizei>(log.size()), log.data());
+  return log.c_str();
+}
+
+std::string ShaderLog(GLuint shader) {
+  QOpenGLFunctions_2_0& gl = *opengl20();
+  return InfoLog([&](GLint* length) { gl.glGetShaderiv(shader, GL_INFO_LOG_LENGTH, length); },
+                 [&](GLsizei size, char* text) { gl.glGetShaderInfoLog(shader, size, nullptr, text); });
+}
+
+std::string ProgramLog(GLuint program) {
+  QOpenGLFunctions_2_0& gl = *opengl20();
+  return InfoLog([&](GLint* length) { gl.glGetProgramiv(program, GL_INFO_LOG_LENGTH, length); },
+                 [&](GLsizei size, char* text) { gl.glGetProgramInfoLog(program, size, nullptr, text); });
+}
+
+GLuint ProgramInUse() {
+  GLint program = 0;
+  opengl20()->glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+  return static_cast<GLuint>(program);
+}
+
+constexpr std::size_t StageOf(CGprofile profile) { return profile == CG_PROFILE_GLSLV ? 0 : 1; }
+
+}  // namespace
+
+GLPrograms& GLPrograms::Get() {
+  static auto& programs = *new GLPrograms;
+  return programs;
+}
+
+GLPrograms::Bindings& GLPrograms::Current() {
+  QOpenGLContext* const context = QOpenGLContext::currentContext();
+  const auto [entry, isNew] = mBindings.try_emplace(context);
+  if (isNew) {
+    QObject::connect(context, &QOpenGLContext::aboutToBeDestroyed,
+                     [context] { GLPrograms::Get().mBindings.erase(context); });
+  }
+  return entry->second;
+}
+
+void GLPrograms::Load(CGprogramRecord& program) {
+  if (program.shader != 0) return;
+  QOpenGLFunctions_2_0& gl = *opengl20();
+  const GLuint shader = gl.glCreateShader(program.IsVertex() ? GL_VERTEX_SHADER : GL_FRAGMENT_SHADER);
+  const char* const text = program.glsl.c_str();
+  gl.glShaderSource(shader, 1, &text, nullptr);
+  gl.glCompileShader(shader);
+  GLint isCompiled = 0;
+  gl.glGetShaderiv(shader, GL_COMPILE_STATUS, &isCompiled);
+  if (isCompiled) {
+    program.shader = shader;
+    return;
+  }
+  Runtime::Get().Fail(CG_PROGRAM_LOAD_ERROR, "the driver refuses the program: " + ShaderLog(shader));
+  gl.glDeleteShader(shader);
+}
+
+void GLPrograms::Bind(CGprogramRecord& program) {
+  Bindings& bindings = Current();
+  bindings.bound[StageOf(program.profile)] = &program;
+  Update(bindings);
+}
+
+void GLPrograms::Enable(CGprofile profile, bool isEnabled) {
+  Bindings& bindings = Current();
+  bindings.isEnabled[StageOf(profile)] = isEnabled;
+  Update(bindings);
+}
+
+/// Puts in use what is bound and enabled, or what was in use before.
+void GLPrograms::Update(Bindings& bindings) {
+  const Pair pair{bindings.isEnabled[0] ? bindings.bound[0] : nullptr,
+                  bindings.isEnabled[1] ? bindings.bound[1] : nullptr};
+  const GLuint program = pair.first || pair.second ? Link(pair) : 0;
+  Use(bindings, program);
+  if (program == 0) return;
+  SendValues(program, pair.first);
+  SendValues(program, pair.second);
+}
+
+void GLPrograms::Use(Bindings& bindings, GLuint program) {
+  if (program == 0 && bindings.inUse == 0) return;
+  QOpenGLFunctions_2_0& gl = *opengl20();
+  if (bindings.inUse == 0) bindings.before = ProgramInUse();
+  bindings.inUse = program;
+  // The program before may have been deleted since, which takes effect once it is no longer in use.
+  if (program == 0 && bindings.before != 0 && !gl.glIsProgram(bindings.before)) bindings.before = 0;
+  gl.glUseProgram(program != 0 ? program : bindings.before);
+}
+
+GLuint GLPrograms::Link(const Pair& pair) {
+  if (const auto found = mLinked.find(pair); found != mLinked.end()) {
+    if (found->second == 0) Runtime::Get().Fail(CG_PROGRAM_BIND_ERROR, "the programs do not fit together");
+    return found->second;
+  }
+  QOpenGLFunctions_2_0& gl = *opengl20();
+  const GLuint program = gl.glCreateProgram();
+  if (pair.first) gl.glAttachShader(program, pair.first->shader);
+  if (pair.second) gl.glAttachShader(program, pair.second->shader);
+  gl.glLinkProgram(program);
+  const bool isLinked = FinishLinking(gl, program, pair);
+  if (!isLinked) gl.glDeleteProgram(program);
+  return mLinked[pair] = isLinked ? program : 0;
+}
+
+/// Gives the samplers of a linked program their units; false, with the error set, when it is not linked.
+bool GLPrograms::FinishLinking(QOpenGLFunctions_2_0& gl, GLuint program, const Pair& pair) {
+  GLint isLinked = 0;
+  gl.glGetProgramiv(program, GL_LINK_STATUS, &isLinked);
+  if (!isLinked) {
+    return Runtime::Get().Fail(CG_PROGRAM_BIND_ERROR,
+                               "the driver cannot link the programs: " + ProgramLog(program));
+  }
+  if (!pair.second) return true;
+  const GLuint before = ProgramInUse();
+  gl.glUseProgram(program);
+  for (const auto& parameter : pair.second->parameters) {
+    const TranslatedParameter& description = parameter->description;
+    if (description.unit < 0) continue;
+    gl.glUniform1i(gl.glGetUniformLocation(program, description.uniform.c_str()), description.unit);
+  }
+  gl.glUseProgram(before);
+  return true;
+}
+
+void GLPrograms::SendValues(GLuint program, const CGprogramRecord* stage) {
+  if (!stage) return;
+  QOpenGLFunctions_2_0& gl = *opengl20();
+  for (const auto& parameter : stage->parameters) {
+    const TranslatedParameter& description = parameter->description;
+    if (!description.type.IsFloat() || description.uniform.empty() || !description.isReferenced) continue;
+    gl.glUniform1f(gl.glGetUniformLocation(program, description.uniform.c_str()), parameter->value);
+  }
+}
+
+void GLPrograms::Send(const CGparameterRecord& parameter) {
+  const Bindings& bindings = Current();
+  const std::size_t stage = StageOf(parameter.program->profile);
+  const bool isInUse =
+      bindings.inUse != 0 && bindings.isEnabled[stage] && bindings.bound[stage] == parameter.program;
+  // The host may have put another program in use in between.
+  if (!isInUse || ProgramInUse() != bindings.inUse) return;
+  QOpenGLFunctions_2_0& gl = *opengl20();
+  gl.glUniform1f(gl.glGetUniformLocation(bindings.inUse, parameter.description.uniform.c_str()),
+                 parameter.value);
+}
+
+void GLPrograms::Forget(const CGprogramRecord& program) {
+  QOpenGLFunctions_2_0* const gl = opengl20();
+  for (auto& [context, bindings] : mBindings) {
+    CGprogramRecord*& bound = bindings.bound[StageOf(program.profile)];
+    if (bound != &program) continue;
+    bound = nullptr;
+    if (gl && context == QOpenGLContext::currentContext()) Update(bindings);
+  }
+  for (auto linked = mLinked.begin(); linked != mLinked.end();) {
+    const bool has = linked->first.first == &program || linked->first.second == &program;
+    if (has && gl && linked->second != 0) gl->glDeleteProgram(linked->second);
+    linked = has ? mLinked.erase(linked) : std::next(linked);
+  }
+  if (gl && program.shader != 0) gl->glDeleteShader(program.shader);
+}
+
+}  // namespace cg
