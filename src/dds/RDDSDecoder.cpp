@@ -166,6 +166,7 @@ void RDDSDecoder::DescribeKept(std::uint32_t pixelFlags) {
   mInfo.isCubemap = mImage.is_cubemap();
   mInfo.isVolume = mImage.is_volume();
   mInfo.isCompressed = mImage.is_compressed();
+  mInfo.isLuminance = mImage.get_format() == nv_dds::kTextureFormatLuminance;
   const bool blocksWithAlpha = mInfo.isCompressed && mImage.get_components() > 2;
   mInfo.hasAlpha =
       blocksWithAlpha || (mImage.get_components() == 4 && (pixelFlags & DdsPixelFormat::kAlphaPixels));
@@ -184,6 +185,7 @@ void RDDSDecoder::DescribeStored() {
   const DdsHeaderDx10& extension = mReader.GetExtension();
   mInfo.format = layout.name;
   mInfo.isCompressed = layout.reader == kDdsReaderBlock;
+  mInfo.isLuminance = layout.isLuminance;
   mInfo.hasAlpha = layout.hasAlpha;
   mInfo.isVolume =
       header.IsVolume() || (extension.resourceDimension == DdsHeaderDx10::kDimension3D && header.depth > 0);
@@ -199,10 +201,10 @@ bool RDDSDecoder::Decode(int face, int level, int slice, Picture& picture) const
   picture.width = LevelSize(mInfo.width, level);
   picture.height = LevelSize(mInfo.height, level);
   picture.isFloat = mInfo.isFloat;
+  picture.isLuminance = mInfo.isLuminance;
   picture.hasAlpha = mInfo.hasAlpha;
   if (mIsKept) return DecodeKept(mImage.get_image(face), level, slice, picture);
   picture.channels = mReader.GetChannels();
-  picture.isLuminance = mReader.GetLayout().isLuminance && !mReader.IsPlaceholder();
   picture.pixels = mReader.GetPixels();
   const bool isFirst = face == 0 && level == 0 && slice == 0;
   return isFirst || DecodeStored(face, level, slice, picture);
@@ -218,7 +220,6 @@ bool RDDSDecoder::DecodeKept(const nv_dds::CTexture& texture, int level, int sli
                              picture.width, picture.height, picture.pixels.get());
   }
   picture.channels = mImage.get_components();
-  picture.isLuminance = picture.channels == 1;
   const std::size_t row =
       static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.channels);
   // Only the rows of a flat texture's largest level are padded.

@@ -20,8 +20,9 @@ struct RDDSInfo {
   bool isCubemap = false;
   bool isVolume = false;
   bool isCompressed = false;
-  bool isFloat = false;   ///< pixels are 32-bit floats
-  bool hasAlpha = false;  ///< pixels without alpha are given as opaque
+  bool isFloat = false;      ///< pixels are 32-bit floats
+  bool isLuminance = false;  ///< pixels are grey
+  bool hasAlpha = false;     ///< pixels without alpha are given as opaque
 };
 
 /// Decodes any face, level and slice of a DDS file on the processor.

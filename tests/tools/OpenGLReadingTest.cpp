@@ -1,9 +1,14 @@
 // Pictures that the graphics driver decodes.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <fstream>
 
 #include "TestPictures.h"
 #include "ToolRunner.h"
+#include "support/CaseName.h"
 #include "support/TestData.h"
 
 namespace {
@@ -66,6 +71,86 @@ TEST_F(OpenGLReading, OtherFilesOfABatchAreReadWithoutOpenGL) {
   EXPECT_EQ(result.code, 1);
   EXPECT_THAT(result.output, HasSubstr("a.png: 2 x 2"));
 }
+
+// --- What a machine may lack. The tool never aborts: it says in one line what is missing, or uses the
+// processor.
+
+using Environment = std::vector<std::pair<std::string, std::string>>;
+
+// `#` stands for the test's folder, which has a server without GLX as Xvfb, and in `vendors` driver libraries
+// that are none.
+struct Lack {
+  const char* name;
+  Environment environment;
+  const char* reason;
+};
+
+const Environment kNoServer = {{"PATH", "/none-such"}};
+const std::pair<std::string, std::string> kNoEgl = {"__EGL_VENDOR_LIBRARY_DIRS", "/nonexistent"};
+
+const Lack kLacks[] = {
+    {"NoDisplay", kNoServer, "Xvfb is not installed"},
+    {"BadDisplay", {kNoServer[0], {"DISPLAY", ":7777"}}, "Xvfb is not installed"},
+    {"DisplayWithoutANumber", {kNoServer[0], {"DISPLAY", "rubbish"}}, "Xvfb is not installed"},
+    {"ServerWithoutGlxOrEgl", {{"PATH", "#:/usr/bin:/bin"}, kNoEgl}, "no OpenGL context can be made"},
+    {"NoDriver", {{"LIBGL_DRIVERS_PATH", "/nonexistent"}}, "no OpenGL context can be made"},
+    {"BrokenVendorLibraries", {{"LD_LIBRARY_PATH", "#vendors"}}, "Could not initialize GLX"},
+    {"CrashingLibrary",
+     {{"LD_PRELOAD", RIMAGE_BROKEN_GL}, {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"}},
+     "crashed: Aborted"},
+    {"OtherPlatform", {kNoServer[0], {"QT_QPA_PLATFORM", "nosuch"}}, "Xvfb is not installed"},
+};
+
+class LackingOpenGL : public OpenGLReading, public testing::WithParamInterface<Lack> {
+ protected:
+  void SetUp() override {
+    const std::string server = mFolder.Write("Xvfb", {});
+    std::ofstream(server) << "#!/bin/sh\nexec /usr/bin/Xvfb \"$@\" -extension GLX\n";
+    chmod(server.c_str(), 0755);
+    const std::string vendors = mFolder.Path("vendors");
+    ASSERT_EQ(mkdir(vendors.c_str(), 0755), 0);
+    for (const char* library : {"libGLX_mesa.so.0", "libEGL_mesa.so.0", "libGLX_indirect.so.0"})
+      std::ofstream(vendors + '/' + library) << "no library";
+    mSettings = kNoDisplay;
+    for (auto [name, value] : GetParam().environment) {
+      if (const auto mark = value.find('#'); mark != std::string::npos)
+        value.replace(mark, 1, mFolder.Path(""));
+      mSettings.environment.emplace_back(name, value);
+    }
+  }
+
+  test::ToolSettings mSettings;
+};
+
+TEST_P(LackingOpenGL, RequiringItFailsWithOneLineThatSaysWhy) {
+  const std::string texture = PutTexture();
+  const std::string output = mFolder.Path("out.png");
+  const auto result = RunTool({"convert", "--gpu=require", texture, output}, mSettings);
+  EXPECT_EQ(result.code, 5);
+  EXPECT_EQ(result.output, "");
+  EXPECT_THAT(result.errors, testing::StartsWith("rimage: " + texture + ": reading it needs OpenGL: "));
+  EXPECT_THAT(result.errors, HasSubstr(GetParam().reason));
+  EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+  EXPECT_THAT(test::ListFolder(mFolder.Path("")), testing::Not(testing::Contains("out.png")));
+}
+
+TEST_P(LackingOpenGL, OtherwiseTheProcessorReadsThePicture) {
+  const std::string output = mFolder.Path("out.png");
+  const auto result = RunTool({"convert", PutTexture(), output}, mSettings);
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_EQ(test::Load(output).pixel(1, 3), kRows[3]);
+}
+
+TEST_P(LackingOpenGL, DoctorSaysThatTheProcessorIsUsed) {
+  const auto result = RunTool({"doctor"}, mSettings);
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, testing::ContainsRegex("Effects run  on the processor: [^\n]+\n"));
+  EXPECT_THAT(result.output, HasSubstr(GetParam().reason));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LackingOpenGL, testing::ValuesIn(kLacks), test::CaseName());
 
 // What a file needs is started once, whichever file comes first.
 TEST_F(OpenGLReading, MixesWithVectorPictures) {

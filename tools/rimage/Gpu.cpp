@@ -19,7 +19,7 @@ std::string Environment(const char* name) {
 void AddGpuOption(CLI::App& app, GpuMode& mode) {
   static const std::map<std::string, GpuMode> kModes = {
       {"auto", GpuMode::kAuto}, {"never", GpuMode::kNever}, {"require", GpuMode::kRequire}};
-  app.add_option("--gpu", mode, "Draw with OpenGL: auto (when there is a driver), off, or require")
+  app.add_option("--gpu", mode, "Draw with OpenGL: auto (when there is a driver), never, or require")
       ->transform(CLI::CheckedTransformer(kModes))
       ->type_name("auto|never|require")
       ->default_str("auto");

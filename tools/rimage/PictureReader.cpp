@@ -13,6 +13,7 @@
 #include "HeldMessages.h"
 #include "Orientation.h"
 #include "PictureFile.h"
+#include "TextureDrawing.h"
 #include "rbaselib/RFile.h"
 #include "streams/RByteReader.h"
 #include "streams/RImageStreamQT.h"
@@ -150,11 +151,15 @@ bool NeedsOpenGL(const std::string& path, const ReadOptions& options) {
 FilePicture ReadTextureFile(const std::string& path, const ReadOptions& options) {
   RDDSDecoder decoder;
   LoadTexture(path, decoder);
-  return {ReadTexture(path, decoder, options.texture, options.maxMemory), {}, decoder.GetInfo()};
+  const RDDSInfo info = decoder.GetInfo();
+  if (!NeedsOpenGL(path, options))
+    return {ReadTexture(path, decoder, options.texture, options.maxMemory), {}, info};
+  decoder = {};  // its memory is not needed any more
+  return {DrawTexture(path, info, options.maxMemory), {}, info};
 }
 
 FilePicture Read(Host& host, const std::string& path, const ReadOptions& options) {
-  if (IsTexture(path) && !NeedsOpenGL(path, options)) return ReadTextureFile(path, options);
+  if (IsTexture(path)) return ReadTextureFile(path, options);
   QImageReader::setAllocationLimit(static_cast<int>(options.maxMemory >> 20U));
   const QtDescription qt = Describe(path);
   // What a vector picture is drawn with exists in a GUI application only.
@@ -174,6 +179,10 @@ FilePicture Read(Host& host, const std::string& path, const ReadOptions& options
 void RequireOpenGL(Host& host, const std::string& path, const TextureOptions& options) {
   if (options.level != 0 || options.face != 0 || options.slice != 0) {
     throw Failure(ExitCode::kUsage, path, "OpenGL reads the first picture of a texture only",
+                  "leave out --gpu=require");
+  }
+  if (options.exposure != 0) {
+    throw Failure(ExitCode::kUsage, path, "OpenGL reads the brightness of the file only",
                   "leave out --gpu=require");
   }
   const Gpu& gpu = host.StartGpu(GpuMode::kRequire);

@@ -83,6 +83,18 @@ void LoadTexture(const std::string& path, RDDSDecoder& decoder) {
   }
 }
 
+Picture MakeTexturePicture(const std::string& path, const RDDSInfo& info, int width, int height) {
+  Picture picture{RDestroyPtr<RImage>(RImageCreate())};
+  if (!picture.image || !picture.image->Init(kImageFormatRGBA, width, height, 0, 0, false, kImageTypeFrame,
+                                             kInterleaveNone, kInterpolationNone, RImage::kIncarnationRaw)) {
+    throw Failure(ExitCode::kRead, path, "memory ran out");
+  }
+  const std::string_view format = info.format;
+  const bool premultiplied = format == "DXT2" || format == "DXT4";
+  picture.alpha = premultiplied ? AlphaState::kPremultiplied : AlphaState::kStraight;
+  return picture;
+}
+
 Picture ReadTexture(const std::string& path, const RDDSDecoder& decoder, const TextureOptions& options,
                     std::uint64_t maxMemory) {
   const RDDSInfo& info = decoder.GetInfo();
@@ -92,17 +104,10 @@ Picture ReadTexture(const std::string& path, const RDDSDecoder& decoder, const T
   constexpr int kFloatPixelBytes = 16;
   CheckMemory(ExitCode::kRead, path, width, height, info.isFloat ? kFloatPixelBytes : 4, maxMemory);
 
-  Picture picture{RDestroyPtr<RImage>(RImageCreate())};
-  if (!picture.image || !picture.image->Init(kImageFormatRGBA, width, height, 0, 0, false, kImageTypeFrame,
-                                             kInterleaveNone, kInterpolationNone, RImage::kIncarnationRaw)) {
-    throw Failure(ExitCode::kRead, path, "memory ran out");
-  }
+  Picture picture = MakeTexturePicture(path, info, width, height);
   if (!Decode(decoder, options, *picture.image)) {
     throw Failure(ExitCode::kRead, path, "the file ends before this picture");
   }
   picture.image->ImageVerticalFlip();
-  const std::string_view format = info.format;
-  const bool premultiplied = format == "DXT2" || format == "DXT4";
-  picture.alpha = premultiplied ? AlphaState::kPremultiplied : AlphaState::kStraight;
   return picture;
 }

@@ -28,6 +28,9 @@ bool IsTexture(const std::string& path);
 /// Loads the file. Fails when it is damaged, or holds a layout that cannot be decoded.
 void LoadTexture(const std::string& path, RDDSDecoder& decoder);
 
+/// Returns an RGBA picture of the layout's alpha state, its pixels undefined; fails when memory runs out.
+Picture MakeTexturePicture(const std::string& path, const RDDSInfo& info, int width, int height);
+
 /// Decodes one picture, as RGBA; layouts without alpha give an opaque one. Fails when the texture has no such
 /// picture, the file ends before it, or it takes more than `maxMemory` bytes.
 Picture ReadTexture(const std::string& path, const RDDSDecoder& decoder, const TextureOptions& options,
