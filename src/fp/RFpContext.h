@@ -12,6 +12,7 @@ struct RFpPixels {
   int width = 0;
   int glFormat = 0;     ///< OpenGL's pixel format, or -1 when there is none
   unsigned glType = 0;  ///< always GL_UNSIGNED_BYTE
+  int pixelSize = 0;    ///< bytes a pixel
 };
 
 /// The most inputs that a stage reads.

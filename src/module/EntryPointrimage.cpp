@@ -5,6 +5,7 @@
 
 #include "dds/RImageStreamDDS.h"
 #include "operators/RImOpBlend.h"
+#include "operators/RImOpCC.h"
 #include "rbaselib/RObjectRegistry.h"
 #include "streams/RImageStreamQT.h"
 #include "streams/RImageStreamiff.h"
@@ -53,6 +54,7 @@ enum kExtension : int {
 // Deliberate: jpeg, bmp, svg and png are read but have no writer here; `RImage::WriteToDisk` writes what Qt
 // can.
 constexpr std::array kRegistrations{
+    Registration{kEffects, "RImOpCC", "ColorCorrector Effect", RImOpCC::Genesis},
     Registration{kEffects, "RImOpBlend", "Blend Effect", RImOpBlend::Genesis},
     Registration{kReaders, "tif", "Stream", CreateStream<RImageStreamQT, kTif>},
     Registration{kWriters, "tif", "Stream", CreateStream<RImageStreamQT, kTif>},

@@ -3,6 +3,7 @@
 #include "dds/RImageStreamDDS.h"
 #include "image/RImage.h"
 #include "operators/RImOpBlend.h"
+#include "operators/RImOpCC.h"
 #include "operators/RImageOperator.h"
 #include "streams/RImageStream.h"
 #include "streams/RImageStreamQT.h"
@@ -15,6 +16,7 @@ R_DEFINE_CLASS(RImage, RObject)
 R_DEFINE_CLASS(RImageDDS, RImage)
 R_DEFINE_CLASS(RImageOperator, RObject)
 R_DEFINE_CLASS(RImOpBlend, RImageOperator)
+R_DEFINE_CLASS(RImOpCC, RImageOperator)
 R_DEFINE_CLASS(RImageStream, RStream)
 R_DEFINE_CLASS(RImageStreamQT, RImageStream)
 R_DEFINE_CLASS(RImageStreampict, RImageStream)

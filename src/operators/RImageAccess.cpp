@@ -90,12 +90,13 @@ void DrawTexture(RImage& image) {
 
 void FillDescription(RImage& image, RFpPixels& pixels) {
   const bool raw = image.GetIncarnation() == RImage::kIncarnationRaw;
-  pixels.bits = raw ? image.GetImageBits() : nullptr;
+  pixels.bits = raw && image.HoldsPixels(1) ? image.GetImageBits() : nullptr;
   pixels.rowLength = image.GetWidth();
   pixels.height = image.GetHeight();
   pixels.width = image.GetWidth();
   pixels.glFormat = RImage::ImageFormatToGLFormat(image.GetFormat());
   pixels.glType = GL_UNSIGNED_BYTE;
+  pixels.pixelSize = image.GetPixelSize();
 }
 
 bool FitsTexture(int width, int height) {

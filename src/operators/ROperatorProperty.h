@@ -52,14 +52,23 @@ const ROperatorProperty<Effect>& RFindPropertyRow(const std::array<ROperatorProp
   return table[i];
 }
 
-/// Binds the properties of a new effect, declares their ranges and adds them to its list.
+/// Binds the properties of a new effect and adds them to its list.
 template <class Effect, std::size_t kRows>
 void RAddProperties(Effect& effect, const std::array<ROperatorProperty<Effect>, kRows>& table) {
   for (const ROperatorProperty<Effect>& row : table) {
     (effect.*row.init)(&effect);
     RProperty& property = row.member(effect);
-    if (row.range) property.SetPropertyMinMax(row.range->minimum, row.range->maximum, false, false);
     effect.PropertyAddToList(&property);
+  }
+}
+
+/// Declares the ranges of the named properties, in that order; each name must have a row with a range.
+template <class Effect, std::size_t kRows, std::size_t kNames>
+void RDeclareRanges(Effect& effect, const std::array<ROperatorProperty<Effect>, kRows>& table,
+                    const std::array<const char*, kNames>& names) {
+  for (const char* const name : names) {
+    const ROperatorProperty<Effect>& row = RFindPropertyRow(table, name);
+    row.member(effect).SetPropertyMinMax(row.range->minimum, row.range->maximum, false, false);
   }
 }
 

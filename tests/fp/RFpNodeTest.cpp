@@ -8,6 +8,7 @@
 #include <cstddef>
 
 #include "fp/RFpBlend.h"
+#include "fp/RFpCC.h"
 #include "fp/RFpParameter.h"
 #include "support/OperatorFakes.h"
 
@@ -41,6 +42,24 @@ TEST(RFpBlend, SettersAndGettersKeepTheirOrder) {
       VirtualSlot(&RFpBlend::SetBFactorRGB),   VirtualSlot(&RFpBlend::GetBFactorRGB),
       VirtualSlot(&RFpBlend::SetBFactorAlpha), VirtualSlot(&RFpBlend::GetBFactorAlpha),
       VirtualSlot(&RFpBlend::SetColor),        VirtualSlot(&RFpBlend::GetColor),
+  };
+  for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + 1) << "function " << i;
+}
+
+TEST(RFpCC, SettersAndGettersKeepTheirOrder) {
+  EXPECT_EQ(VirtualSlot(&RFpCC::SetTransparency), VirtualSlot(&RFpNode::Reset) + 3);
+  const std::vector<int> slots = {
+      VirtualSlot(&RFpCC::SetTransparency),   VirtualSlot(&RFpCC::GetTransparency),
+      VirtualSlot(&RFpCC::SetNegative),       VirtualSlot(&RFpCC::GetNegative),
+      VirtualSlot(&RFpCC::SetBlack),          VirtualSlot(&RFpCC::GetBlack),
+      VirtualSlot(&RFpCC::SetWhite),          VirtualSlot(&RFpCC::GetWhite),
+      VirtualSlot(&RFpCC::SetColorPoints),    VirtualSlot(&RFpCC::GetColorPoints),
+      VirtualSlot(&RFpCC::SetMidPoint),       VirtualSlot(&RFpCC::GetMidPoint),
+      VirtualSlot(&RFpCC::SetGamma),          VirtualSlot(&RFpCC::GetGamma),
+      VirtualSlot(&RFpCC::SetZoneHue),        VirtualSlot(&RFpCC::GetZoneHue),
+      VirtualSlot(&RFpCC::SetZoneOffset),     VirtualSlot(&RFpCC::GetZoneOffset),
+      VirtualSlot(&RFpCC::SetZoneGain),       VirtualSlot(&RFpCC::GetZoneGain),
+      VirtualSlot(&RFpCC::SetZoneSaturation), VirtualSlot(&RFpCC::GetZoneSaturation),
   };
   for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + 1) << "function " << i;
 }

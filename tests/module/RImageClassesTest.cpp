@@ -12,6 +12,7 @@
 #include "image/RDestroyPtr.h"
 #include "image/RImage.h"
 #include "operators/RImOpBlend.h"
+#include "operators/RImOpCC.h"
 #include "operators/RImageOperator.h"
 #include "rbaselib/RPropertyTemplate.h"
 #include "rbaselib/RStream.h"
@@ -45,7 +46,6 @@ const std::map<std::string, std::string> kTree{
 // Classes that the module does not have yet. Who adds a class removes its name here and adds a line to
 // kClasses.
 const std::set<std::string> kMissing{
-    "RImOpCC",
     "RImOpKeyer",
 };
 
@@ -92,6 +92,7 @@ const std::vector<ClassCase>& Classes() {
       Describe<RImageDDS, RImage>("RImageDDS", Make<RImageDDS>),
       Describe<RImageOperator, RObject>("RImageOperator", MakeOperator),
       Describe<RImOpBlend, RImageOperator>("RImOpBlend", MakeEffect<RImOpBlend>),
+      Describe<RImOpCC, RImageOperator>("RImOpCC", MakeEffect<RImOpCC>),
       Describe<RImageStream, RStream>("RImageStream", Make<RImageStream>),
       Describe<RImageStreamQT, RImageStream>("RImageStreamQT", Make<RImageStreamQT>),
       Describe<RImageStreampict, RImageStream>("RImageStreampict", Make<RImageStreampict>),

@@ -1,0 +1,97 @@
+#include "fp/RFpColorKernels.h"
+
+#include <bit>
+#include <cstdint>
+
+namespace {
+
+using Row = std::array<float, 4>;
+
+// Adding it leaves a number up to 2^22 rounded in the low bits.
+constexpr float kRounder = 12582912.0F;
+
+unsigned char ToByte(float value) {
+  const float least = value > 0.0F ? value : 0.0F;  // of NaN, too
+  const float clamped = least < 255.0F ? least : 255.0F;
+  return static_cast<unsigned char>(std::bit_cast<std::uint32_t>(clamped + kRounder));
+}
+
+float Sum(const Row& row, float red, float green, float blue, float constant) {
+  return row[0] * red + row[1] * green + row[2] * blue + constant;
+}
+
+float Weight(float value) { return value > 0.0F ? (value < 1.0F ? value : 1.0F) : 0.0F; }
+
+void ApplyMatrix(unsigned char* destination, const unsigned char* source, std::size_t pixels,
+                 const RFpMatrixRows& matrix, bool opaque) {
+  for (std::size_t i = 0; i < 4 * pixels; i += 4) {
+    const float red = source[i];
+    const float green = source[i + 1];
+    const float blue = source[i + 2];
+    const unsigned char alpha = opaque ? 255 : source[i + 3];
+    for (std::size_t c = 0; c < 3; ++c) {
+      const Row& row = matrix.rows[c];
+      destination[i + c] = ToByte(Sum(row, red, green, blue, row[3] * alpha));
+    }
+    destination[i + 3] = alpha;
+  }
+}
+
+void ApplyZones(unsigned char* destination, const unsigned char* source, std::size_t pixels,
+                const RFpZoneRows& zones, bool opaque) {
+  const auto& weights = zones.luminance;
+  for (std::size_t i = 0; i < 4 * pixels; i += 4) {
+    const float red = source[i];
+    const float green = source[i + 1];
+    const float blue = source[i + 2];
+    const unsigned char alpha = opaque ? 255 : source[i + 3];
+    const float luminance = weights[0] * red + weights[1] * green + weights[2] * blue;
+    const float shadow = Weight(1.0F - luminance);
+    const float highlight = Weight(luminance + zones.highlightBase);
+    for (std::size_t c = 0; c < 3; ++c) {
+      const auto sum = [&](const RFpMatrixRows& matrix) {
+        return Sum(matrix.rows[c], red, green, blue, matrix.rows[c][3] * alpha);
+      };
+      const float value =
+          sum(zones.midtones) + shadow * sum(zones.shadows) + highlight * sum(zones.highlights);
+      destination[i + c] = ToByte(value);
+    }
+    destination[i + 3] = alpha;
+  }
+}
+
+RFpMatrixRows Difference(const RFpColorMatrix& matrix, const RFpColorMatrix& other) {
+  RFpMatrixRows result;
+  for (std::size_t row = 0; row < 3; ++row) {
+    for (std::size_t column = 0; column < 4; ++column)
+      result.rows[row][column] = matrix.columns[column][row] - other.columns[column][row];
+  }
+  return result;
+}
+
+}  // namespace
+
+RFpMatrixRows::RFpMatrixRows(const RFpColorMatrix& matrix) {
+  for (std::size_t row = 0; row < 3; ++row) {
+    for (std::size_t column = 0; column < 4; ++column) rows[row][column] = matrix.columns[column][row];
+  }
+}
+
+// A pixel's bytes are 255 times the numbers that the weights are for. The highlights' weight is
+// 1 - (1 - colour) x luminance.
+RFpZoneRows::RFpZoneRows(const std::array<RFpColorMatrix, 3>& matrices, const std::array<float, 4>& over)
+    : midtones(matrices[1]),
+      shadows(Difference(matrices[0], matrices[1])),
+      highlights(Difference(matrices[2], matrices[1])),
+      luminance{over[0] / 255.0F, over[1] / 255.0F, over[2] / 255.0F},
+      highlightBase(1.0F - (over[0] + over[1] + over[2])) {}
+
+const RFpColorKernels kPlainColorKernels = {.applyMatrix = ApplyMatrix, .applyZones = ApplyZones};
+
+const RFpColorKernels& RFpGetColorKernels() {
+#if defined(__x86_64__)
+  static const bool kHasAvx2 = __builtin_cpu_supports("avx2") != 0;
+  if (kHasAvx2) return kAvx2ColorKernels;
+#endif
+  return kPlainColorKernels;
+}
