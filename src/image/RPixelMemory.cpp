@@ -23,23 +23,26 @@ void AdviseHugePages(unsigned char* memory, std::size_t bytes) {
   madvise(memory + head, length, MADV_HUGEPAGE);
 }
 
-// Cache lines, not huge pages, set the alignment: the heap keeps such memory when it is given back and lends
-// it again, while memory on a huge page's boundary comes from the system, zeroed page by page, every time.
-unsigned char* Allocate(std::size_t bytes) {
-  auto* memory = static_cast<unsigned char*>(std::aligned_alloc(kLine, (bytes / kLine + 1) * kLine));
-  if (memory && bytes >= kHugeThreshold) AdviseHugePages(memory, bytes);
-  return memory;
+// Cache lines, not huge pages, set the alignment: memory on a huge page's boundary comes from the system,
+// zeroed page by page, every time. The line is found by hand: aligned_alloc cuts off the rest behind the
+// buffer, which then keeps the heap from lending the memory to the next buffer of the size.
+unsigned char* AlignedPart(void* memory) {
+  const auto address = reinterpret_cast<std::uintptr_t>(memory);
+  return static_cast<unsigned char*>(memory) + (kLine - address % kLine) % kLine;
 }
 
 }  // namespace
 
 RPixelBuffer RAllocatePixels(std::uint64_t bytes) {
   if (bytes > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())) return {};
-  unsigned char* memory = Allocate(static_cast<std::size_t>(bytes));
+  const std::size_t size = (static_cast<std::size_t>(bytes) / kLine + 1) * kLine;
+  void* memory = std::malloc(size + kLine - 1);
   if (!memory) return {};
+  unsigned char* pixels = AlignedPart(memory);
+  if (size >= kHugeThreshold) AdviseHugePages(pixels, size);
   try {
-    return {memory, [](unsigned char* pixels) { std::free(pixels); }};
-  } catch (const std::bad_alloc&) {  // the pointer has freed the pixels
+    return {pixels, [memory](unsigned char*) { std::free(memory); }};
+  } catch (const std::bad_alloc&) {  // the pointer has freed the memory
     return {};
   }
 }

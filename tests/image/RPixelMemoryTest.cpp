@@ -2,6 +2,7 @@
 #include "image/RPixelMemory.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cinttypes>
@@ -55,6 +56,28 @@ TEST(RPixelMemoryTest, LargeBuffersAskForHugePages) {
   constexpr std::size_t kBytes = std::size_t{8} << 20;
   const RPixelBuffer buffer = RAllocatePixels(kBytes);
   EXPECT_NE(MappingFlags(buffer.get() + kBytes / 2).find(" hg"), std::string::npos);
+}
+
+// The bytes of memory that the process has pages for.
+std::size_t ResidentBytes() {
+  std::ifstream file("/proc/self/statm");
+  std::size_t all = 0;
+  std::size_t resident = 0;
+  file >> all >> resident;
+  return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+TEST(RPixelMemoryTest, BuffersGivenBackAreLentAgain) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer keeps freed memory for a while";
+#endif
+  constexpr std::size_t kBytes = 22'400'000;
+  const auto use = [] { std::memset(RAllocatePixels(kBytes).get(), 1, kBytes); };
+  use();  // the first of a size comes from the system, and the second from the heap
+  use();
+  const std::size_t before = ResidentBytes();
+  for (int i = 0; i < 20; ++i) use();
+  EXPECT_LT(ResidentBytes(), before + kBytes);
 }
 
 TEST(RPixelMemoryTest, ZeroBytesAreAValidBuffer) { EXPECT_NE(RAllocatePixels(0), nullptr); }
