@@ -31,17 +31,17 @@ Bytes UpsideDown(const Bytes& pixels, std::size_t stride) {
 }
 
 void CheckFlips(std::size_t layout, const Bytes& blocks, const Bytes& pixels, int count, std::size_t stride) {
-  const rblocks::FlipStrip flip = rblocks::kPortable.flip[layout];
+  const rblocks::FlipStrips flip = rblocks::kPortable.flip[layout];
   if (!flip) return;
   Bytes flipped = blocks;
-  flip(flipped.data(), count);
+  flip(flipped.data(), flipped.data(), count);
   Require(Decode(rblocks::kPortable.decode[layout], flipped, count, stride) == UpsideDown(pixels, stride));
   if (rblocks::HasAvx2()) {
     Bytes fast = blocks;
-    rblocks::kAvx2.flip[layout](fast.data(), count);
+    rblocks::kAvx2.flip[layout](fast.data(), fast.data(), count);
     Require(fast == flipped);
   }
-  flip(flipped.data(), count);
+  flip(flipped.data(), flipped.data(), count);
   Require(flipped == blocks);
 }
 

@@ -1,57 +1,38 @@
 // DDS textures upside down, in place and without decoding them.
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstring>
 
+#include "dds/DdsDirectFormat.h"
 #include "dds/blocks/BlockKernels.h"
 #include "dds/nv_dds.h"
 
 namespace nv_dds {
 namespace {
 
-void FlipBlocks(kBlockFormat format, void* blocks, int count) {
-  rblocks::Best().flip[static_cast<std::size_t>(format)](static_cast<unsigned char*>(blocks), count);
+void FlipBlocks(kBlockFormat format, void* first, void* second, int count) {
+  rblocks::Best().flip[static_cast<std::size_t>(format)](static_cast<unsigned char*>(first),
+                                                         static_cast<unsigned char*>(second), count);
 }
 
 }  // namespace
 
 void CDDSImage::flip(char* image, int width, int height, int depth, int size) {
-  struct Row {
-    std::uint32_t format;
-    int blockBytes;
-    FlipHandler handler;
-  };
-  static constexpr std::array kHandlers = {
-      Row{kTextureFormatDXT1, 8, &CDDSImage::flip_blocks_dxtc1},
-      Row{kTextureFormatDXT3, 16, &CDDSImage::flip_blocks_dxtc3},
-      Row{kTextureFormatDXT5, 16, &CDDSImage::flip_blocks_dxtc5},
-      Row{kTextureFormatBC4, 8, &CDDSImage::flip_blocks_bc4},
-      Row{kTextureFormatBC4Signed, 8, &CDDSImage::flip_blocks_bc4},
-      Row{kTextureFormatBC5, 16, &CDDSImage::flip_blocks_bc5},
-      Row{kTextureFormatBC5Signed, 16, &CDDSImage::flip_blocks_bc5},
-  };
   if (!mCompressed) {
     FlipRows(image, height, depth, size);
-    return;
+  } else if (const kBlockFormat* blocks = DdsBlockFormatOf(mFormat)) {
+    FlipBlockRows(image, width, height, *blocks);
   }
-  const auto* row = std::ranges::find(kHandlers, mFormat, &Row::format);
-  if (row != kHandlers.end()) FlipBlockRows(image, width, height, row->blockBytes, row->handler);
 }
 
-void CDDSImage::FlipBlockRows(char* image, int width, int height, int blockBytes, FlipHandler handler) {
+void CDDSImage::FlipBlockRows(char* image, int width, int height, kBlockFormat blocks) {
   const int columns = width / 4;
   const int rows = height / 4;
-  const std::ptrdiff_t stride = std::ptrdiff_t{(width + 3) / 4} * blockBytes;
+  const std::ptrdiff_t stride = std::ptrdiff_t{(width + 3) / 4} * RSizeOf(blocks).blockBytes;
   // Deliberate: a single row of blocks stays as it is, inside too, as does the middle one of an odd number of
   // rows; so do the columns and rows of pixels beyond the last whole block, and all slices but the first.
-  for (int y = 0; y < rows / 2; ++y) {
-    char* top = image + y * stride;
-    char* bottom = image + (rows - 1 - y) * stride;
-    (this->*handler)(reinterpret_cast<DXTColBlock*>(top), columns);
-    (this->*handler)(reinterpret_cast<DXTColBlock*>(bottom), columns);
-    swap(top, bottom, columns * blockBytes);
-  }
+  for (int y = 0; y < rows / 2; ++y)
+    FlipBlocks(blocks, image + y * stride, image + (rows - 1 - y) * stride, columns);
 }
 
 void CDDSImage::FlipRows(char* image, int height, int depth, int size) {
@@ -89,16 +70,20 @@ void CDDSImage::swap(void* a, void* b, int size) {
 }
 
 void CDDSImage::flip_blocks_dxtc1(DXTColBlock* line, int numBlocks) {
-  FlipBlocks(kBlockBC1, line, numBlocks);
+  FlipBlocks(kBlockBC1, line, line, numBlocks);
 }
 void CDDSImage::flip_blocks_dxtc3(DXTColBlock* line, int numBlocks) {
-  FlipBlocks(kBlockBC2, line, numBlocks);
+  FlipBlocks(kBlockBC2, line, line, numBlocks);
 }
 void CDDSImage::flip_blocks_dxtc5(DXTColBlock* line, int numBlocks) {
-  FlipBlocks(kBlockBC3, line, numBlocks);
+  FlipBlocks(kBlockBC3, line, line, numBlocks);
 }
-void CDDSImage::flip_blocks_bc4(DXTColBlock* line, int numBlocks) { FlipBlocks(kBlockBC4, line, numBlocks); }
-void CDDSImage::flip_blocks_bc5(DXTColBlock* line, int numBlocks) { FlipBlocks(kBlockBC5, line, numBlocks); }
-void CDDSImage::flip_dxt5_alpha(DXT5AlphaBlock* block) { FlipBlocks(kBlockBC4, block, 1); }
+void CDDSImage::flip_blocks_bc4(DXTColBlock* line, int numBlocks) {
+  FlipBlocks(kBlockBC4, line, line, numBlocks);
+}
+void CDDSImage::flip_blocks_bc5(DXTColBlock* line, int numBlocks) {
+  FlipBlocks(kBlockBC5, line, line, numBlocks);
+}
+void CDDSImage::flip_dxt5_alpha(DXT5AlphaBlock* block) { FlipBlocks(kBlockBC4, block, block, 1); }
 
 }  // namespace nv_dds

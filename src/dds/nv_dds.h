@@ -12,6 +12,7 @@
 struct DdsDirectFormat;
 struct DdsHeader;
 class RFile;
+enum kBlockFormat : int;
 
 /// The DDS file model: a file is one texture or six cube faces, a texture a chain of surfaces.
 namespace nv_dds {
@@ -186,18 +187,17 @@ class RIMAGE_API CDDSImage {
   bool LoadFallback(const char* path, bool flipImage);
 
   // Flipping: the rows of pixels in reverse order, in place. Blocks are exchanged whole and their index bits
-  // rearranged.
-  using FlipHandler = void (CDDSImage::*)(DXTColBlock* line, int numBlocks);
+  // rearranged; what happens inside blocks is there for one row of them, too.
   void flip(char* image, int width, int height, int depth, int size);
-  void FlipBlockRows(char* image, int width, int height, int blockBytes, FlipHandler handler);
+  static void FlipBlockRows(char* image, int width, int height, kBlockFormat blocks);
   void FlipRows(char* image, int height, int depth, int size);
   void swap(void* a, void* b, int size);
-  void flip_blocks_dxtc1(DXTColBlock* line, int numBlocks);
-  void flip_blocks_dxtc3(DXTColBlock* line, int numBlocks);
-  void flip_blocks_dxtc5(DXTColBlock* line, int numBlocks);
-  void flip_blocks_bc4(DXTColBlock* line, int numBlocks);
-  void flip_blocks_bc5(DXTColBlock* line, int numBlocks);
-  void flip_dxt5_alpha(DXT5AlphaBlock* block);
+  static void flip_blocks_dxtc1(DXTColBlock* line, int numBlocks);
+  static void flip_blocks_dxtc3(DXTColBlock* line, int numBlocks);
+  static void flip_blocks_dxtc5(DXTColBlock* line, int numBlocks);
+  static void flip_blocks_bc4(DXTColBlock* line, int numBlocks);
+  static void flip_blocks_bc5(DXTColBlock* line, int numBlocks);
+  static void flip_dxt5_alpha(DXT5AlphaBlock* block);
 
   std::uint32_t mFormat = kTextureFormatNone;
   int mComponents = 0;

@@ -20,16 +20,16 @@ struct CDDSImageAccess {
     image.flip(static_cast<char*>(pixels), width, height, depth, size);
   }
   void Swap(void* a, void* b, int size) { image.swap(a, b, size); }
-  void FlipAlpha(void* block) { image.flip_dxt5_alpha(static_cast<DXT5AlphaBlock*>(block)); }
+  static void FlipAlpha(void* block) { CDDSImage::flip_dxt5_alpha(static_cast<DXT5AlphaBlock*>(block)); }
 
-  using Handler = void (CDDSImage::*)(DXTColBlock*, int);
+  using Handler = void (*)(DXTColBlock*, int);
   static constexpr Handler kDxt1 = &CDDSImage::flip_blocks_dxtc1;
   static constexpr Handler kDxt3 = &CDDSImage::flip_blocks_dxtc3;
   static constexpr Handler kDxt5 = &CDDSImage::flip_blocks_dxtc5;
   static constexpr Handler kBc4 = &CDDSImage::flip_blocks_bc4;
   static constexpr Handler kBc5 = &CDDSImage::flip_blocks_bc5;
-  void FlipBlocks(Handler handler, void* blocks, int count) {
-    (image.*handler)(static_cast<DXTColBlock*>(blocks), count);
+  static void FlipBlocks(Handler handler, void* blocks, int count) {
+    handler(static_cast<DXTColBlock*>(blocks), count);
   }
 };
 

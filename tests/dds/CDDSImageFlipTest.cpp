@@ -128,11 +128,32 @@ TEST_P(FlipBlocksTest, NoBlocksChangeNothing) {
 
 TEST_P(FlipBlocksTest, BothInstructionSetsGiveTheSameBytes) {
   if (!rblocks::HasAvx2()) GTEST_SKIP() << "no AVX2 here";
-  Bytes first = RandomBytes(1001 * GetParam().blockBytes, 25);
-  Bytes second = first;
-  rblocks::kAvx2.flip[GetParam().format](first.data(), 1001);
-  rblocks::kPortable.flip[GetParam().format](second.data(), 1001);
-  EXPECT_EQ(first, second);
+  for (int count = 0; count < 40; ++count) {
+    const std::size_t bytes = static_cast<std::size_t>(count) * GetParam().blockBytes;
+    const Bytes blocks = RandomBytes(2 * bytes, 25);
+    Bytes first = blocks;
+    Bytes second = blocks;
+    rblocks::kAvx2.flip[GetParam().format](first.data(), first.data() + bytes, count);
+    rblocks::kPortable.flip[GetParam().format](second.data(), second.data() + bytes, count);
+    EXPECT_EQ(first, second) << count;
+  }
+}
+
+TEST_P(FlipBlocksTest, TwoStripsAreTurnedAndExchanged) {
+  for (const rblocks::Kernels* kernels : {&rblocks::kPortable, &rblocks::kAvx2}) {
+    if (kernels == &rblocks::kAvx2 && !rblocks::HasAvx2()) continue;
+    constexpr int kCount = 7;
+    const std::size_t bytes = kCount * GetParam().blockBytes;
+    Bytes first = RandomBytes(bytes, 26);
+    Bytes second = RandomBytes(bytes, 27);
+    Bytes firstTurned = first;
+    Bytes secondTurned = second;
+    CDDSImageAccess::FlipBlocks(GetParam().handler, firstTurned.data(), kCount);
+    CDDSImageAccess::FlipBlocks(GetParam().handler, secondTurned.data(), kCount);
+    kernels->flip[GetParam().format](first.data(), second.data(), kCount);
+    EXPECT_EQ(first, secondTurned);
+    EXPECT_EQ(second, firstTurned);
+  }
 }
 
 // --- Pictures of blocks.

@@ -12,13 +12,15 @@ namespace rblocks {
 /// Decodes `count` blocks that lie side by side.
 using DecodeStrip = void (*)(const unsigned char* blocks, int count, unsigned char* pixels,
                              std::size_t stride);
-/// Turns the pixels of each of `count` blocks upside down, in place and without decoding them.
-using FlipStrip = void (*)(unsigned char* blocks, int count);
+/// Turns the pixels of each of `count` blocks at both places upside down, without decoding them, and
+/// exchanges the two strips. They may be one strip, which then is turned in place, but must not overlap
+/// otherwise.
+using FlipStrips = void (*)(unsigned char* first, unsigned char* second, int count);
 
 /// One entry a layout. BC6H and BC7 blocks cannot be flipped; their entries are null.
 struct Kernels {
   std::array<DecodeStrip, kBlockSizes.size()> decode;
-  std::array<FlipStrip, kBlockSizes.size()> flip;
+  std::array<FlipStrips, kBlockSizes.size()> flip;
 };
 
 /// The kernels for any processor.

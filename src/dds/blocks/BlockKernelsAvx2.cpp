@@ -50,7 +50,55 @@ struct Avx2Ops {
     Store(_mm256_permute2x128_si256(low, high, 0x31), tile + 8);
   }
 
+  template <class Low, class High>
+  static std::ptrdiff_t FlipBlocks(unsigned char* first, unsigned char* second, std::ptrdiff_t bytes) {
+    std::ptrdiff_t i = 0;
+    for (; i + 32 <= bytes; i += 32) {
+      auto* one = reinterpret_cast<__m256i*>(first + i);
+      auto* other = reinterpret_cast<__m256i*>(second + i);
+      const __m256i fromFirst = Flip<Low, High>(_mm256_loadu_si256(one));
+      const __m256i fromSecond = Flip<Low, High>(_mm256_loadu_si256(other));
+      _mm256_storeu_si256(one, fromSecond);
+      _mm256_storeu_si256(other, fromFirst);
+    }
+    return i;
+  }
+
  private:
+  template <class Rows>
+  static constexpr bool kHasHalfBytes = std::is_same_v<Rows, ChannelRows>;
+
+  /// Which byte goes where: rows of whole bytes tell it when they are the numbers of their bytes. Endpoints
+  /// stay.
+  template <class Rows>
+  static constexpr u64 kBytes = kHasHalfBytes<Rows> ? 0x0706'0504'0302'0100
+                                                    : Rows::Flip(0x0706'0504'0302'0100);
+
+  /// Puts bytes of the lower 8 of each 16 into the places that `low` says, and of the upper 8 those of
+  /// `high`.
+  static __m256i Shuffle(__m256i blocks, u64 low, u64 high) {
+    constexpr u64 kUpper8 = 0x0808'0808'0808'0808;
+    const __m128i places =
+        _mm_set_epi64x(static_cast<long long>(high | kUpper8), static_cast<long long>(low));
+    return _mm256_shuffle_epi8(blocks, _mm256_broadcastsi128_si256(places));
+  }
+
+  template <class Low, class High>
+  static __m256i Flip(__m256i blocks) {
+    const __m256i bytes = Shuffle(blocks, kBytes<Low>, kBytes<High>);
+    if constexpr (!kHasHalfBytes<Low> && !kHasHalfBytes<High>) return bytes;
+    // Rows of twelve bits: the lower half of each byte was the upper half of one, the upper half the lower of
+    // another.
+    constexpr u64 kUpper = 0x0204'0305'0706'0100;
+    constexpr u64 kLower = 0x0302'0406'0507'0100;
+    const __m256i mask = _mm256_set1_epi8(0x0F);
+    const __m256i lower = _mm256_and_si256(_mm256_srli_epi16(Shuffle(blocks, kUpper, kUpper), 4), mask);
+    const __m256i upper = _mm256_andnot_si256(mask, _mm256_slli_epi16(Shuffle(blocks, kLower, kLower), 4));
+    // All words but the endpoints'.
+    constexpr int kWords = (kHasHalfBytes<Low> ? 0x0E : 0) | (kHasHalfBytes<High> ? 0xE0 : 0);
+    return _mm256_blend_epi16(bytes, _mm256_or_si256(lower, upper), kWords);
+  }
+
   static __m256i Fetch(const u32* values) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(values));
   }

@@ -34,6 +34,12 @@ struct PortableOps {
       tile[i] = pixel;
     }
   }
+
+  template <class Low, class High>
+  static std::ptrdiff_t FlipBlocks(unsigned char* /*first*/, unsigned char* /*second*/,
+                                   std::ptrdiff_t /*bytes*/) {
+    return 0;
+  }
 };
 
 }  // namespace

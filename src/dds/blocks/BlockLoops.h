@@ -25,7 +25,8 @@ void DecodeBlockStrip(const unsigned char* blocks, int count, unsigned char* pix
 /// - PickOfFour: sets pixel i to the palette entry that bits 2i, 2i + 1 name;
 /// - AddPickOfEight: or-s into pixel i the palette entry that bits 3i to 3i + 2 name;
 /// - LookUp: sets factor i to the table entry that byte i of the indices names;
-/// - Interpolate: BC7's pixels from endpoints and factors.
+/// - Interpolate: BC7's pixels from endpoints and factors;
+/// - FlipBlocks: what `FlipBlockStrips` does to a multiple of 16 bytes, of which it returns the number.
 template <class Ops>
 constexpr rblocks::Kernels kKernelsWith = {
     {
@@ -41,13 +42,13 @@ constexpr rblocks::Kernels kKernelsWith = {
         DecodeBlockStrip<Bc7Block<Ops>>,
     },
     {
-        FlipBlockStrip<ColourRows>,
-        FlipBlockStrip<AlphaRows, ColourRows>,
-        FlipBlockStrip<ChannelRows, ColourRows>,
-        FlipBlockStrip<ChannelRows>,
-        FlipBlockStrip<ChannelRows>,
-        FlipBlockStrip<ChannelRows, ChannelRows>,
-        FlipBlockStrip<ChannelRows, ChannelRows>,
+        FlipBlockStrips<Ops, 8, ColourRows>,
+        FlipBlockStrips<Ops, 16, AlphaRows, ColourRows>,
+        FlipBlockStrips<Ops, 16, ChannelRows, ColourRows>,
+        FlipBlockStrips<Ops, 8, ChannelRows>,
+        FlipBlockStrips<Ops, 8, ChannelRows>,
+        FlipBlockStrips<Ops, 16, ChannelRows>,
+        FlipBlockStrips<Ops, 16, ChannelRows>,
     },
 };
 
