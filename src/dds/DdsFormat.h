@@ -99,4 +99,6 @@ struct DdsHeaderDx10 {
     return in.Little(dxgiFormat) && in.Little(resourceDimension) && in.Little(miscFlag) &&
            in.Little(arraySize) && in.Little(miscFlags2);
   }
+
+  bool IsPremultiplied() const { return (miscFlags2 & kAlphaMode) == kPremultiplied; }
 };

@@ -116,13 +116,18 @@ bool FindPalette(const DdsPixelFormat& pixels, DdsLayout& layout) {
   return true;
 }
 
-bool FindLuminance(const DdsPixelFormat& pixels, DdsLayout& layout) {
-  const bool alpha = (pixels.flags & DdsPixelFormat::kAlphaPixels) != 0;
-  const std::uint32_t one = pixels.rgbBitCount == 16 ? kDdsCodeL16 : kDdsCodeL8;
-  if (!FindChannels(alpha ? kDdsCodeL8A8 : one, layout)) return false;
-  layout.isLuminance = true;
-  layout.hasAlpha = alpha;
+/// A code that the file itself gives: one or two channels are luminance, not the red and green that formats
+/// of the extension header mean by the same code.
+bool FindCode(std::uint32_t code, DdsLayout& layout) {
+  if (!FindChannels(code, layout)) return false;
+  layout.isLuminance = code == kDdsCodeL16 || code == kDdsCodeL8A8 || code == kDdsCodeL8;
+  if (code == kDdsCodeL8A8) layout.hasAlpha = true;
   return true;
+}
+
+bool FindLuminance(const DdsPixelFormat& pixels, DdsLayout& layout) {
+  const std::uint32_t one = pixels.rgbBitCount == 16 ? kDdsCodeL16 : kDdsCodeL8;
+  return FindCode(pixels.flags & DdsPixelFormat::kAlphaPixels ? kDdsCodeL8A8 : one, layout);
 }
 
 /// The layouts of three floats in 32 bits.
@@ -156,9 +161,7 @@ bool FindRow(const DdsDxgiRow& row, DdsLayout& layout) {
 bool FindDxgi(const DdsHeaderDx10& extension, DdsLayout& layout) {
   const auto* row = std::ranges::find(kDdsDxgiRows, extension.dxgiFormat, &DdsDxgiRow::format);
   if (row == kDdsDxgiRows.end() || !FindRow(*row, layout)) return false;
-  const bool premultiplied =
-      (extension.miscFlags2 & DdsHeaderDx10::kAlphaMode) == DdsHeaderDx10::kPremultiplied;
-  if (layout.code == kDdsCodeDXT5 && premultiplied) layout.code = kDdsCodeDXT4;
+  if (layout.code == kDdsCodeDXT5 && extension.IsPremultiplied()) layout.code = kDdsCodeDXT4;
   if (layout.reader == kDdsReaderBlock) layout.blocks = row->blocks;
   layout.isSigned = row->isSigned;
   layout.name = row->name;
@@ -187,7 +190,7 @@ bool DdsFindLayout(const DdsHeader& header, const DdsHeaderDx10& extension, DdsL
   if (DdsHasExtension(header)) return FindDxgi(extension, layout);
   if (coded && (header.flags & DdsHeader::kLinearSize)) return FindBlocks(pixels.fourCC, layout);
   if (pixels.flags & DdsPixelFormat::kAnyPalette) return FindPalette(pixels, layout);
-  if (coded) return FindChannels(pixels.fourCC, layout);
+  if (coded) return FindCode(pixels.fourCC, layout);
   if (pixels.flags & DdsPixelFormat::kLuminance) return FindLuminance(pixels, layout);
   return FindBlocks(pixels.fourCC, layout);
 }

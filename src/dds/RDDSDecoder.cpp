@@ -187,6 +187,8 @@ void RDDSDecoder::DescribeStored() {
   mInfo.isCompressed = layout.reader == kDdsReaderBlock;
   mInfo.isLuminance = layout.isLuminance;
   mInfo.hasAlpha = layout.hasAlpha;
+  mInfo.isPremultiplied = layout.hasAlpha && (layout.code == kDdsCodeDXT2 || layout.code == kDdsCodeDXT4 ||
+                                              extension.IsPremultiplied());
   mInfo.isVolume =
       header.IsVolume() || (extension.resourceDimension == DdsHeaderDx10::kDimension3D && header.depth > 0);
   mInfo.isCubemap = header.IsCubeMap() || (extension.miscFlag & DdsHeaderDx10::kMiscCubeMap);
@@ -222,13 +224,13 @@ bool RDDSDecoder::DecodeKept(const nv_dds::CTexture& texture, int level, int sli
   picture.channels = mImage.get_components();
   const std::size_t row =
       static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.channels);
-  // Only the rows of a flat texture's largest level are padded.
-  const bool isPadded = level == 0 && !mInfo.isCubemap && !mInfo.isVolume;
-  const std::size_t stride =
-      isPadded
-          ? static_cast<std::size_t>(nv_dds::CDDSImage::get_line_width(picture.width, 8 * picture.channels))
-          : row;
   const auto height = static_cast<std::size_t>(picture.height);
+  // The rows of a flat texture's largest level may have been padded; then its other slices are gone.
+  const bool isTight = all.size() == row * height * static_cast<std::size_t>(surface.get_depth());
+  const std::size_t stride =
+      isTight
+          ? row
+          : static_cast<std::size_t>(nv_dds::CDDSImage::get_line_width(picture.width, 8 * picture.channels));
   if (!picture.Allocate()) return false;
   for (std::size_t y = 0; y < height; ++y) {
     const auto source = all.subspan((static_cast<std::size_t>(slice) * height + y) * stride, row);

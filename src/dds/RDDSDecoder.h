@@ -20,9 +20,10 @@ struct RDDSInfo {
   bool isCubemap = false;
   bool isVolume = false;
   bool isCompressed = false;
-  bool isFloat = false;      ///< pixels are 32-bit floats
-  bool isLuminance = false;  ///< pixels are grey
-  bool hasAlpha = false;     ///< pixels without alpha are given as opaque
+  bool isFloat = false;          ///< pixels are 32-bit floats
+  bool isLuminance = false;      ///< pixels are grey
+  bool hasAlpha = false;         ///< pixels without alpha are given as opaque
+  bool isPremultiplied = false;  ///< colours are stored multiplied with alpha, and given so
 };
 
 /// Decodes any face, level and slice of a DDS file on the processor.

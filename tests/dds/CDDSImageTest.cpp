@@ -432,6 +432,27 @@ TEST_F(CDDSImageTest, CubeFacesAreNeverFlipped) {
   for (int i = 0; i < 6; ++i) EXPECT_EQ(Pixels(i)[1], Pixels(i)[0] + 1);
 }
 
+TEST_F(CDDSImageTest, LevelsOfCubeFacesGoWithTheirFaceAndAreNotFlippedEither) {
+  Bytes data(6 * (8 + 2));
+  std::iota(data.begin(), data.end(), static_cast<unsigned char>(0));
+  ASSERT_TRUE(
+      Load(DdsBuilder(2, 4).Masks(kLuminance, 8, 0xFF, 0, 0, 0).Cubemap().Mipmaps(2).Data(data), true));
+  EXPECT_EQ(Pixels(2), Part(data, 30, 8));
+  EXPECT_EQ(MipPixels(1, 2), Part(data, 38, 2));
+  EXPECT_EQ(MipPixels(1, 3), Part(data, 28, 2));
+}
+
+TEST_F(CDDSImageTest, EveryLevelOfBlocksIsFlipped) {
+  // Two columns of four rows, and one of two.
+  const Bytes data = test::RandomBytes(8 * 8 + 2 * 8, 16);
+  ASSERT_TRUE(Load(DdsBuilder(8, 16).Code("DXT1").Mipmaps(2).Data(data), true));
+  const auto endpoints = [](const Bytes& bytes, std::size_t block) { return Part(bytes, 8 * block, 4); };
+  for (std::size_t block = 0; block < 8; ++block)
+    EXPECT_EQ(endpoints(Pixels(), block), endpoints(data, (3 - block / 2) * 2 + block % 2)) << block;
+  EXPECT_EQ(endpoints(MipPixels(1), 0), endpoints(data, 9));
+  EXPECT_EQ(endpoints(MipPixels(1), 1), endpoints(data, 8));
+}
+
 TEST_F(CDDSImageTest, CubeFacesThatTheFileLacksAreZero) {
   DdsBuilder file(1, 1);
   file.Masks(kLuminance, 8, 0xFF, 0, 0, 0).Cubemap().Data({7, 8});

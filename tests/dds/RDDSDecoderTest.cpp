@@ -144,6 +144,28 @@ TEST_F(RDDSDecoderTest, NamesTheLayoutAndKnowsItsAlpha) {
   }
 }
 
+TEST_F(RDDSDecoderTest, KnowsWhatIsMultipliedWithAlpha) {
+  const auto isPremultiplied = [&](const DdsBuilder& file) {
+    EXPECT_TRUE(Load(file));
+    return Info().isPremultiplied;
+  };
+  for (const auto& [code, expected] :
+       {std::pair{"DXT2", true}, {"DXT3", false}, {"DXT4", true}, {"DXT5", false}}) {
+    std::uint32_t number = 0;
+    std::memcpy(&number, code, 4);
+    EXPECT_EQ(isPremultiplied(DdsBuilder(4, 4).Code(number).LinearSize(16).RandomData(16)), expected) << code;
+  }
+  constexpr std::uint32_t kPremultiplied = 2;
+  for (const std::uint32_t format : {28U, 71U, 74U, 77U, 87U, 98U}) {
+    EXPECT_TRUE(isPremultiplied(DdsBuilder(4, 4).Dxgi(format, kPremultiplied).RandomData(64))) << format;
+    EXPECT_FALSE(isPremultiplied(DdsBuilder(4, 4).Dxgi(format, 1).RandomData(64))) << format;
+  }
+  // There is nothing to multiply with.
+  for (const std::uint32_t format : {61U, 80U, 88U, 95U})
+    EXPECT_FALSE(isPremultiplied(DdsBuilder(4, 4).Dxgi(format, kPremultiplied).RandomData(64))) << format;
+  EXPECT_FALSE(isPremultiplied(DdsBuilder(4, 4).Dxgi(100, kPremultiplied)));
+}
+
 TEST_F(RDDSDecoderTest, DecodesEachFaceLevelAndSliceOfBlocks) {
   const Bytes data = test::RandomBytes(6 * (4 + 1) * 8, 71);
   ASSERT_TRUE(Load(DdsBuilder(8, 8).Code("DXT1").Cubemap().Mipmaps(2).Data(data)));
@@ -193,6 +215,25 @@ TEST_F(RDDSDecoderTest, ADeepTextureThatIsNoVolumeHasOneSlice) {
                        .Set(DdsBuilder::kDepth, 2)
                        .Data(Counting(24))));
   EXPECT_EQ(Decode(1), (Bytes{5, 5, 5, 255, 6, 6, 6, 255}));
+}
+
+TEST_F(RDDSDecoderTest, ADeepTextureWhoseSlicesFillThePaddedRowsHasItsFirstSlice) {
+  // Four slices of one byte a row are as large as rows padded to four bytes.
+  ASSERT_TRUE(Load(
+      DdsBuilder(1, 2).Masks(kLuminance, 8, 0xFF, 0, 0, 0).Set(DdsBuilder::kDepth, 4).Data(Counting(8))));
+  EXPECT_EQ(Decode(), (Bytes{1, 1, 1, 255, 2, 2, 2, 255}));
+}
+
+TEST_F(RDDSDecoderTest, CodesOfLuminanceAreGrey) {
+  ASSERT_TRUE(Load(DdsBuilder(1, 1).Code(134).Data({0, 78})));
+  EXPECT_EQ(Decode(), (Bytes{78, 78, 78, 255}));
+  ASSERT_TRUE(Load(DdsBuilder(1, 1).Code(135).Data({79, 80})));
+  EXPECT_TRUE(Info().hasAlpha);
+  EXPECT_EQ(Decode(), (Bytes{79, 79, 79, 80}));
+  ASSERT_TRUE(Load(DdsBuilder(1, 1).Code(136).Data({81})));
+  EXPECT_EQ(Decode(), (Bytes{81, 81, 81, 255}));
+  ASSERT_TRUE(Load(DdsBuilder(1, 1).Code(34).Data({0, 82, 0, 83})));
+  EXPECT_EQ(Decode(), (Bytes{82, 83, 0, 255}));
 }
 
 TEST_F(RDDSDecoderTest, LuminanceIsGrey) {
@@ -256,7 +297,7 @@ TEST_F(RDDSDecoderTest, CubeMapsWithExtension) {
   EXPECT_EQ(Decode(11), (Bytes{12, 0, 0, 255}));
   ASSERT_TRUE(Load(DdsBuilder(1, 1).Code(136).Cubemap().Data(Counting(6))));
   EXPECT_EQ(Info().faces, 6);
-  EXPECT_EQ(Decode(5), (Bytes{6, 0, 0, 255}));
+  EXPECT_EQ(Decode(5), (Bytes{6, 6, 6, 255}));
 }
 
 TEST_F(RDDSDecoderTest, LevelsOfBlocksWithExtension) {

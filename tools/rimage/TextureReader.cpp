@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstring>
 #include <span>
-#include <string_view>
 
 #include "FileFormats.h"
 #include "dds/RImageStreamDDS.h"
@@ -89,9 +88,7 @@ Picture MakeTexturePicture(const std::string& path, const RDDSInfo& info, int wi
                                              kInterleaveNone, kInterpolationNone, RImage::kIncarnationRaw)) {
     throw Failure(ExitCode::kRead, path, "memory ran out");
   }
-  const std::string_view format = info.format;
-  const bool premultiplied = format == "DXT2" || format == "DXT4";
-  picture.alpha = premultiplied ? AlphaState::kPremultiplied : AlphaState::kStraight;
+  picture.alpha = info.isPremultiplied ? AlphaState::kPremultiplied : AlphaState::kStraight;
   return picture;
 }
 
