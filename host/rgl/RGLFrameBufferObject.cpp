@@ -1,6 +1,19 @@
 #include "rgl/RGLFrameBufferObject.h"
 
+#include <algorithm>
+
 #include "rgl/RGLFunctions.h"
+
+namespace {
+
+// Sizes far beyond the limit crash some drivers instead of being refused.
+GLint LargestSide(QOpenGLFunctions_3_0& gl) {
+  GLint side = 0;
+  gl.glGetIntegerv(GL_MAX_TEXTURE_SIZE, &side);
+  return side;
+}
+
+}  // namespace
 
 RGLFrameBufferObject::RGLFrameBufferObject(unsigned int attachment, int internalFormat, unsigned int format,
                                            unsigned int type, bool hasDepth, bool hasStencil)
@@ -18,7 +31,7 @@ RGLFrameBufferObject::~RGLFrameBufferObject() {
 
 bool RGLFrameBufferObject::BuildFBO(int width, int height, unsigned int texture) {
   QOpenGLFunctions_3_0* gl = opengl30();
-  if (!gl || width < 1 || height < 1) return false;
+  if (!gl || width < 1 || height < 1 || std::max(width, height) > LargestSide(*gl)) return false;
   if (!mIsBound) {
     gl->glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &mDrawBefore);
     gl->glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &mReadBefore);
@@ -73,7 +86,12 @@ void RGLFrameBufferObject::CreateTexture() {
   gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
   gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
   gl->glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+  // With a buffer of the host's to unpack from, null would mean its beginning.
+  GLint unpackBuffer = 0;
+  gl->glGetIntegerv(GL_PIXEL_UNPACK_BUFFER_BINDING, &unpackBuffer);
+  if (unpackBuffer != 0) gl->glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
   gl->glTexImage2D(GL_TEXTURE_2D, 0, mInternalFormat, mWidth, mHeight, 0, mFormat, mType, nullptr);
+  if (unpackBuffer != 0) gl->glBindBuffer(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(unpackBuffer));
   gl->glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(before));
 }
 

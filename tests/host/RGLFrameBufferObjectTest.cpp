@@ -4,6 +4,7 @@
 #include <GL/glext.h>
 
 #include <array>
+#include <limits>
 
 #include "rgl/RGLFunctions.h"
 #include "support/GLTest.h"
@@ -99,6 +100,19 @@ TEST_F(RGLFrameBufferObjectTest, UnBindReturnsToTheFramebufferBefore) {
       << "only a bound one unbinds";
 }
 
+TEST_F(RGLFrameBufferObjectTest, ABufferToUnpackFromIsNotReadAndStaysBound) {
+  GLuint buffer = 0;
+  opengl30()->glGenBuffers(1, &buffer);
+  opengl30()->glBindBuffer(GL_PIXEL_UNPACK_BUFFER, buffer);
+  opengl30()->glBufferData(GL_PIXEL_UNPACK_BUFFER, 4, nullptr, GL_STATIC_DRAW);
+  {
+    RGLFrameBufferObject target = MakeColour();
+    EXPECT_TRUE(target.BuildFBO(8, 8)) << "larger than the buffer";
+  }
+  EXPECT_EQ(Integer(GL_PIXEL_UNPACK_BUFFER_BINDING), static_cast<int>(buffer));
+  opengl30()->glDeleteBuffers(1, &buffer);
+}
+
 TEST_F(RGLFrameBufferObjectTest, TheDestructorUnbindsAndDeletes) {
   const test::GLTarget host(16, 16);
   {
@@ -182,12 +196,12 @@ TEST_F(RGLFrameBufferObjectTest, FailuresLeaveTheFramebufferBeforeBound) {
   RGLFrameBufferObject target = MakeColour();
   EXPECT_FALSE(target.BuildFBO(0, 8));
   EXPECT_FALSE(target.BuildFBO(8, -1));
-  {
-    const test::GLErrorCapture errors;
-    EXPECT_FALSE(target.BuildFBO(Integer(GL_MAX_TEXTURE_SIZE) + 1, 1));
-    while (glGetError() != GL_NO_ERROR) {
-    }
-  }
+  EXPECT_FALSE(target.BuildFBO(Integer(GL_MAX_TEXTURE_SIZE) + 1, 1));
+  EXPECT_FALSE(target.BuildFBO(1, std::numeric_limits<int>::max()));
+  RGLFrameBufferObject compressed(GL_COLOR_ATTACHMENT0, GL_COMPRESSED_RGBA_S3TC_DXT5_EXT, GL_RGBA,
+                                  GL_UNSIGNED_BYTE, false, false);
+  EXPECT_FALSE(compressed.BuildFBO(8, 8)) << "no driver draws compressed blocks";
+  EXPECT_EQ(compressed.GetTextureId(), 0U);
   EXPECT_EQ(Integer(GL_FRAMEBUFFER_BINDING), static_cast<int>(host.Framebuffer()));
   EXPECT_EQ(target.GetTextureId(), 0U);
   EXPECT_EQ(target.GetWidth(), 0);
