@@ -72,8 +72,9 @@ std::string SpoiledText() {
     const auto found = std::find_if(kNeutral.begin(), kNeutral.end(), isNamed);
     if (found != kNeutral.end() && !name.empty() && line != *found) text += line + '\n';
   }
-  for (const GLenum name : {GL_POLYGON_MODE, GL_PIXEL_PACK_BUFFER_BINDING, GL_PIXEL_UNPACK_BUFFER_BINDING,
-                            GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA, GL_RASTERIZER_DISCARD}) {
+  for (const GLenum name : std::initializer_list<GLenum>{
+           GL_POLYGON_MODE, GL_PIXEL_PACK_BUFFER_BINDING, GL_PIXEL_UNPACK_BUFFER_BINDING,
+           GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA, GL_RASTERIZER_DISCARD}) {
     std::array<GLint, 2> values{};
     glGetIntegerv(name, values.data());
     const bool neutral = name == GL_POLYGON_MODE ? values[0] == GL_FILL

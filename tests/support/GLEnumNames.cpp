@@ -17,11 +17,12 @@ struct EnumName {
   std::string_view name;
 };
 
-constexpr std::array kNames{
+// Deducing the size of std::array would nest deeper than compilers like for so many elements.
+constexpr auto kNames = std::to_array<EnumName>({
 #define GL_NAME(name) EnumName{name, #name},
 #include "support/GLEnumNames.inc"
 #undef GL_NAME
-};
+});
 
 static_assert(std::is_sorted(kNames.begin(), kNames.end(),
                              [](const EnumName& a, const EnumName& b) { return a.value < b.value; }));

@@ -29,11 +29,12 @@ struct EntryPoint {
   std::string_view format;
 };
 
-constexpr std::array kEntryPoints{
+// Deducing the size of std::array would nest deeper than compilers like for so many elements.
+constexpr auto kEntryPoints = std::to_array<EntryPoint>({
 #define GL_ENTRY(name, format) EntryPoint{#name, format},
 #include "support/GLEntryPoints.inc"
 #undef GL_ENTRY
-};
+});
 
 static_assert(std::is_sorted(kEntryPoints.begin(), kEntryPoints.end(),
                              [](const EntryPoint& a, const EntryPoint& b) { return a.name < b.name; }));

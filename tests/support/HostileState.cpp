@@ -114,7 +114,7 @@ void SetTextureMatrices() {
 
 void SetGeneration() {
   static const GLfloat kPlane[4] = {0.5F, 0.25F, 0, 0.125F};
-  for (const GLenum coordinate : {GL_S, GL_T, GL_R, GL_Q}) {
+  for (const GLenum coordinate : std::initializer_list<GLenum>{GL_S, GL_T, GL_R, GL_Q}) {
     const bool onSphere = coordinate == GL_S || coordinate == GL_T;
     glTexGeni(coordinate, GL_TEXTURE_GEN_MODE, onSphere ? GL_SPHERE_MAP : GL_EYE_LINEAR);
     glTexGenfv(coordinate, GL_OBJECT_PLANE, kPlane);
@@ -136,12 +136,14 @@ void SetMatrices() {
 }
 
 void SetPixelStore() {
-  for (const GLenum name : {GL_PACK_ROW_LENGTH, GL_UNPACK_ROW_LENGTH}) glPixelStorei(name, 90);
-  for (const GLenum name :
-       {GL_PACK_SKIP_ROWS, GL_PACK_SKIP_PIXELS, GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS}) {
+  for (const GLenum name : std::initializer_list<GLenum>{GL_PACK_ROW_LENGTH, GL_UNPACK_ROW_LENGTH})
+    glPixelStorei(name, 90);
+  for (const GLenum name : std::initializer_list<GLenum>{GL_PACK_SKIP_ROWS, GL_PACK_SKIP_PIXELS,
+                                                         GL_UNPACK_SKIP_ROWS, GL_UNPACK_SKIP_PIXELS}) {
     glPixelStorei(name, 3);
   }
-  for (const GLenum name : {GL_PACK_ALIGNMENT, GL_UNPACK_ALIGNMENT}) glPixelStorei(name, 8);
+  for (const GLenum name : std::initializer_list<GLenum>{GL_PACK_ALIGNMENT, GL_UNPACK_ALIGNMENT})
+    glPixelStorei(name, 8);
   glPixelStorei(GL_UNPACK_SWAP_BYTES, 1);
 }
 
@@ -309,7 +311,7 @@ void AppendUnit(std::ostringstream& text, GLenum unit) {
   DRIVER(glActiveTexture)(unit);
   text << "[" << GLEnumName(unit) << "]\n";
   AppendInteger(text, GL_SAMPLER_BINDING, "sampler");
-  for (const GLenum coordinate : {GL_S, GL_T, GL_R, GL_Q}) {
+  for (const GLenum coordinate : std::initializer_list<GLenum>{GL_S, GL_T, GL_R, GL_Q}) {
     GLint mode = 0;
     std::array<GLfloat, 4> object{};
     std::array<GLfloat, 4> eye{};
@@ -328,8 +330,8 @@ void AppendUnit(std::ostringstream& text, GLenum unit) {
 std::string FullStateText() {
   std::ostringstream text;
   text << GLStateText();
-  for (const GLenum capability :
-       {GL_RASTERIZER_DISCARD, GL_FRAMEBUFFER_SRGB, GL_FRAGMENT_SHADER_ATI, GL_SAMPLE_ALPHA_TO_COVERAGE}) {
+  for (const GLenum capability : std::initializer_list<GLenum>{
+           GL_RASTERIZER_DISCARD, GL_FRAMEBUFFER_SRGB, GL_FRAGMENT_SHADER_ATI, GL_SAMPLE_ALPHA_TO_COVERAGE}) {
     text << GLEnumName(capability) << ": " << int{DRIVER(glIsEnabled)(capability)} << '\n';
   }
   AppendInteger(text, GL_PROGRAM_PIPELINE_BINDING, "pipeline");
@@ -340,7 +342,8 @@ std::string FullStateText() {
   AppendInteger(text, GL_STENCIL_FUNC, "stencil function");
   GLint active = 0;
   DRIVER(glGetIntegerv)(GL_ACTIVE_TEXTURE, &active);
-  for (const GLenum unit : {GL_TEXTURE0, GL_TEXTURE1, GL_TEXTURE2}) AppendUnit(text, unit);
+  for (const GLenum unit : std::initializer_list<GLenum>{GL_TEXTURE0, GL_TEXTURE1, GL_TEXTURE2})
+    AppendUnit(text, unit);
   DRIVER(glActiveTexture)(static_cast<GLenum>(active));
   return text.str();
 }
