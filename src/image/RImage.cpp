@@ -147,7 +147,8 @@ void RImage::Clear() {
 }
 
 void RImage::Cleanup() {
-  if (ValidateAllocation(0) && mBits) std::memset(mBits, 0, static_cast<std::size_t>(mAllocatedSize));
+  (void)ValidateAllocation(0);
+  if (mBits) std::memset(mBits, 0, static_cast<std::size_t>(mAllocatedSize));
 }
 
 RImage* RImage::Clone() {
@@ -160,8 +161,12 @@ RImage* RImage::Clone() {
   (void)clone->Init(GetFormat(), GetWidth(), GetHeight(), 0, 0, !copies, kImageTypeFrame, kInterleaveNone,
                     kInterpolationNone, mIncarnation);
   clone->mVectorSourcePath = mVectorSourcePath;
-  if (copies && bytes <= clone->mAllocatedSize)
-    std::memcpy(clone->mBits, mBits, static_cast<std::size_t>(bytes));
+  if (copies && clone->mBits) {
+    const auto capacity = static_cast<std::size_t>(clone->mAllocatedSize);
+    const std::size_t copied = bytes <= clone->mAllocatedSize ? static_cast<std::size_t>(bytes) : 0;
+    std::memcpy(clone->mBits, mBits, copied);
+    std::memset(clone->mBits + copied, 0, capacity - copied);
+  }
   return clone;
 }
 
@@ -208,7 +213,7 @@ void RImage::DecReferenceCount() { --mReferenceCount; }
 void RImage::Update() {
   ++mUpdateId;
   if (mIncarnation == kIncarnationRaw || mIncarnation == kIncarnationGL)
-    mIncarnationUpdateId[static_cast<std::size_t>(mIncarnation)] = mUpdateId;
+    mIncarnationUpdateId[mIncarnation] = mUpdateId;
 }
 
 unsigned char* RImage::GetImageBitsAtDepth(unsigned int layer) {

@@ -264,10 +264,15 @@ class RIMAGE_API RImage : public RObject {
   /// `type` is frame. Writes nothing at or past `destinationEnd`.
   void ExtractField(unsigned char* destination, kImageType type, unsigned char* source, unsigned char* end,
                     int rowBytes, unsigned char* destinationEnd);
+  /// The same for a `destination` with room for all of these rows.
+  void ExtractField(unsigned char* destination, kImageType type, unsigned char* source, unsigned char* end,
+                    int rowBytes);
   /// Writes the average of each pair of rows twice; an odd last row averages with itself. Writes nothing at
   /// or past `destinationEnd`.
   void ExtractAverage(unsigned char* destination, unsigned char* source, unsigned char* end, int rowBytes,
                       unsigned char* destinationEnd);
+  /// The same for a `destination` with room for an even number of rows not below the source's.
+  void ExtractAverage(unsigned char* destination, unsigned char* source, unsigned char* end, int rowBytes);
 
   /// Frees the storage and takes `buffer`, of `bytes` bytes, as the raw pixels.
   void AdoptPixels(RPixelBuffer buffer, int bytes);

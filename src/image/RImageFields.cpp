@@ -139,6 +139,19 @@ void RImage::ExtractField(unsigned char* destination, kImageType type, unsigned 
   }
 }
 
+void RImage::ExtractField(unsigned char* destination, kImageType type, unsigned char* source,
+                          unsigned char* end, int rowBytes) {
+  if (source >= end) return;
+  // Every row is written twice at most.
+  ExtractField(destination, type, source, end, rowBytes, destination + 2 * (end - source) + rowBytes);
+}
+
+void RImage::ExtractAverage(unsigned char* destination, unsigned char* source, unsigned char* end,
+                            int rowBytes) {
+  if (source >= end) return;
+  ExtractAverage(destination, source, end, rowBytes, destination + (end - source) + rowBytes);
+}
+
 void RImage::ExtractAverage(unsigned char* destination, unsigned char* source, unsigned char* end,
                             int rowBytes, unsigned char* destinationEnd) {
   if (rowBytes <= 0 || source >= end || destination >= destinationEnd) return;

@@ -116,6 +116,15 @@ TEST(RImageColorTest, BlackIsFullySaturatedAtTheFloorOfBrightness) {
   EXPECT_EQ(ToHSB({0, 0, 0}), (Triple{0, 1, 1e-12}));
 }
 
+TEST(RImageColorTest, FaintColoursHaveTheirHueDownToTheFloorOfSaturation) {
+  // Half way from red to yellow, ever fainter; the middle channel is found with an error of about 1e-16.
+  for (const double saturation : {1e-2, 1e-4, 1e-6, 1e-8}) {
+    ExpectNear(ToHSB({1, 1 - saturation / 2, 1 - saturation}), {1.0 / 12, saturation, 1}, 1e-8);
+  }
+  // Below it the division is by 1e-9: half of 1e-10 is a twentieth of the segment.
+  EXPECT_NEAR(ToHSB({1, 1 - 0.5e-10, 1 - 1e-10})[0], 0.05 / 6, 1e-6);
+}
+
 TEST(RImageColorTest, SourceIsNotChangedAndMayBeTheTarget) {
   Triple rgb = {0.2, 0.4, 0.1};
   Triple hsb{};

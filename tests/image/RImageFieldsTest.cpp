@@ -336,9 +336,15 @@ TEST_P(RImageFieldLoopTest, ExtractFieldStaysInside) {
         }
       }
       const auto room = static_cast<std::size_t>(kRow * DestinationRows());
+      const Pixels all = expected;
       if (expected.size() > room) expected.resize(room);
       expected.resize(destination.size(), 0x44);
       EXPECT_EQ(destination, expected);
+
+      Pixels open(all.size() + 20, 0x44);
+      image.ExtractField(open.data(), type, source.data(), source.data() + kRow * SourceRows(), kRow);
+      EXPECT_EQ(Pixels(open.begin(), open.end() - 20), all) << "with room for all";
+      EXPECT_EQ(Pixels(open.end() - 20, open.end()), Pixels(20, 0x44));
     }
   }
 }
@@ -361,9 +367,15 @@ TEST_P(RImageFieldLoopTest, ExtractAverageStaysInside) {
     }
   }
   const auto room = static_cast<std::size_t>(kRow * DestinationRows());
+  const Pixels all = expected;
   if (expected.size() > room) expected.resize(room);
   expected.resize(destination.size(), 0x44);
   EXPECT_EQ(destination, expected);
+
+  Pixels open(all.size() + 20, 0x44);
+  image.ExtractAverage(open.data(), source.data(), source.data() + kRow * SourceRows(), kRow);
+  EXPECT_EQ(Pixels(open.begin(), open.end() - 20), all) << "with room for all";
+  EXPECT_EQ(Pixels(open.end() - 20, open.end()), Pixels(20, 0x44));
 }
 
 TEST(RImageFieldsTest, RowsWithoutBytesEndAtOnce) {
@@ -371,6 +383,8 @@ TEST(RImageFieldsTest, RowsWithoutBytesEndAtOnce) {
   unsigned char bytes[8] = {};
   image.ExtractField(bytes, kImageTypeFrame, bytes, bytes + 4, 0, bytes + 8);
   image.ExtractAverage(bytes, bytes, bytes + 4, -1, bytes + 8);
+  image.ExtractField(bytes, kImageTypeFrame, bytes, bytes + 4, 0);
+  image.ExtractAverage(bytes, bytes, bytes + 4, -1);
   EXPECT_EQ(Pixels(bytes, bytes + 8), Pixels(8, 0));
 }
 

@@ -2,6 +2,7 @@
 #include "image/RImage.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <array>
 #include <climits>
@@ -78,6 +79,9 @@ TEST(RImageTest, EnumerationsHaveTheValuesThatFilesAndHostsStore) {
   EXPECT_EQ(kInterleaveFieldOne, 1);
   EXPECT_EQ(kInterleaveFieldTwo, 2);
   EXPECT_EQ(kInterleaveAverage, 3);
+  EXPECT_EQ(kInterpolationNone, 0);
+  EXPECT_EQ(kInterpolationDouble, 1);
+  EXPECT_EQ(kInterpolationOther, 2);
   EXPECT_EQ(RImage::kIncarnationRaw, 0);
   EXPECT_EQ(RImage::kIncarnationGL, 1);
 }
@@ -113,6 +117,25 @@ TEST(RImageTest, SetterWithTheHeldValueStillUpdatesButSetDepthDoesNot) {
   EXPECT_EQ(image->GetUpdateId(), before + 4);
   EXPECT_EQ(image->SetDepth(1), 1);
   EXPECT_EQ(image->GetUpdateId(), before + 4);
+}
+
+TEST(RImageTest, EverySetterMakesTheStorageFit) {
+  const struct {
+    const char* name;
+    void (*set)(RImage& image);
+    int bytes;
+  } setters[] = {{"SetWidth", [](RImage& image) { image.SetWidth(2); }, 16},
+                 {"SetHeight", [](RImage& image) { image.SetHeight(2); }, 16},
+                 {"SetPadWidth", [](RImage& image) { image.SetPadWidth(1); }, 16},
+                 {"SetFormat", [](RImage& image) { image.SetFormat(kImageFormatRGB); }, 12},
+                 {"SetDepth", [](RImage& image) { image.SetDepth(2); }, 32}};
+  for (const auto& [name, set, bytes] : setters) {
+    const ProbePtr image = MakeImage(kImageFormatRGBA, 2, 2);
+    image->Clear();
+    set(*image);
+    EXPECT_NE(image->GetImageBits(), nullptr) << name;
+    EXPECT_EQ(image->mAllocatedSize, bytes) << name;
+  }
 }
 
 TEST(RImageTest, SetDepthMultipliesTheStorage) {
@@ -206,6 +229,16 @@ TEST(RImageTest, InitAllocatesTheLargerOfRequestAndImageAndClearsAllOfIt) {
   EXPECT_EQ(image->mAllocatedSize, 100);
   EXPECT_EQ(image->mImageSize, 27);
   EXPECT_EQ(Pixels(image->mBits, image->mBits + 100), Pixels(100, 0));
+}
+
+TEST(RImageTest, ASmallerRequestKeepsTheBuffer) {
+  const ProbePtr image(new ProbeImage);
+  for (const int request : {100, 50, 1, 0}) {
+    ASSERT_TRUE(image->Init(kImageFormatRGB, 2, 2, 0, request, false, kImageTypeFrame, kInterleaveNone,
+                            kInterpolationNone, kRaw));
+    EXPECT_EQ(image->mAllocatedSize, 100) << request;
+  }
+  EXPECT_EQ(image->GetUpdateId(), 4) << "nothing was freed";
 }
 
 TEST(RImageTest, InitWithoutClearKeepsTheBytes) {
@@ -372,6 +405,14 @@ TEST(RImageTest, CleanupZeroesTheCapacity) {
   image->Cleanup();
   EXPECT_EQ(Pixels(image->mBits, image->mBits + 40), Pixels(40, 0));
   EXPECT_EQ(image->GetUpdateId(), updates);
+}
+
+// What is held is cleared, also where the description does not fit it.
+TEST(RImageTest, CleanupZeroesTheCapacityEvenWhenTheSizeIsImpossible) {
+  const ProbePtr image = MakeNoiseImage(kImageFormatRGBA, 2, 2);
+  image->SetWidth(-7);
+  image->Cleanup();
+  EXPECT_EQ(Pixels(image->mBits, image->mBits + 16), Pixels(16, 0));
 }
 
 TEST(RImageTest, CleanupMakesStorageAfterClear) {
@@ -584,6 +625,31 @@ TEST(RImageTest, CloneIsIndependent) {
   const ImagePtr clone(image->Clone());
   clone->Cleanup();
   EXPECT_EQ(PixelsOf(*image), before);
+}
+
+// Says of itself what it is told to.
+class OddPixelSize : public ProbeImage {
+ public:
+  int GetPixelSize() override { return mToldPixelSize; }
+  int mToldPixelSize = 0;
+};
+
+TEST(RImageTest, CloneOfAnotherToldPixelSizeHasNoUndefinedBytes) {
+  for (const int told : {0, 2, 3, 5}) {
+    const RDestroyPtr<OddPixelSize> image(new OddPixelSize);
+    ASSERT_TRUE(image->Init(kImageFormatRGBA, 4, 4, 0, 128, true, kImageTypeFrame, kInterleaveNone,
+                            kInterpolationNone, kRaw));
+    std::memset(image->mBits, 0xCD, 128);
+    image->mToldPixelSize = told;
+    // New memory is full of other bytes than zeros.
+    mallopt(M_PERTURB, 0x5A);
+    const ImagePtr clone(image->Clone());
+    mallopt(M_PERTURB, 0);
+    // As many bytes as are told are copied, the rest is cleared; more than the clone holds are not copied.
+    Pixels expected(static_cast<std::size_t>(told > 4 ? 0 : 16 * told), 0xCD);
+    expected.resize(64, 0);
+    EXPECT_EQ(PixelsOf(*clone), expected) << told;
+  }
 }
 
 TEST(RImageTest, CloneWithoutStorageIsZero) {
