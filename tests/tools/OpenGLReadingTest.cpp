@@ -9,6 +9,7 @@
 #include "TestPictures.h"
 #include "ToolRunner.h"
 #include "support/CaseName.h"
+#include "support/DdsBuilder.h"
 #include "support/TestData.h"
 
 namespace {
@@ -55,6 +56,33 @@ TEST_F(OpenGLReading, TexturesAreReadWithoutADisplay) {
   const QImage read = test::Load(mFolder.Path("out.png"));
   ASSERT_EQ(read.size(), QSize(4, 4));
   for (int y = 0; y < 4; ++y) EXPECT_EQ(read.pixel(1, y), kRows[y]) << y;
+}
+
+// The colours that the driver gives are multiplied with alpha where the file's are.
+TEST_F(OpenGLReading, MultipliedColoursAreKnownAsSuch) {
+  // Alpha 136 and red 132 everywhere.
+  const std::vector<unsigned char> block = {0x88, 0x88, 0x88, 0x88, 0x88, 0x88, 0x88, 0x88,
+                                            0x00, 0x80, 0x00, 0x80, 0,    0,    0,    0};
+  const std::string texture =
+      mFolder.Write("multiplied.dds", test::DdsBuilder(4, 4).Code("DXT2").LinearSize(16).Data(block).File());
+  const std::string output = mFolder.Path("out.png");
+  for (const char* gpu : {"--gpu=never", "--gpu=require"}) {
+    ASSERT_EQ(RunTool({"convert", gpu, texture, output}, kNoDisplay).code, 0) << gpu;
+    const QRgb pixel = test::Load(output).pixel(1, 1);
+    EXPECT_EQ(qAlpha(pixel), 136) << gpu;
+    EXPECT_NEAR(qRed(pixel), 132 * 255 / 136, 2) << gpu;
+    const auto info = RunTool({"info", gpu, texture}, kNoDisplay).output;
+    EXPECT_THAT(info, HasSubstr("alpha: premultiplied")) << gpu;
+    EXPECT_THAT(info, HasSubstr("texture: DXT2 4 x 4 x 1")) << gpu;
+  }
+}
+
+TEST_F(OpenGLReading, TheMemoryLimitHolds) {
+  const std::string texture =
+      mFolder.Write("large.dds", test::DdsBuilder(600, 600).Code("DXT1").RandomData(180000).File());
+  const auto result = RunTool({"info", "--gpu=require", "--max-memory", "1", texture}, kNoDisplay);
+  EXPECT_EQ(result.code, 3);
+  EXPECT_THAT(result.errors, HasSubstr("600 x 600 pixels take 1 MiB, more than the limit of 1 MiB"));
 }
 
 TEST_F(OpenGLReading, WithoutOpenGLTheReasonIsTold) {
