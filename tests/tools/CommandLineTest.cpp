@@ -26,8 +26,9 @@ TEST(CommandLine, ShowsItsVersion) {
 TEST(CommandLine, HelpNamesEverySubCommand) {
   const auto result = RunTool({"--help"}, kNoGui);
   EXPECT_EQ(result.code, 0);
-  for (const char* name : {"formats", "info", "convert", "compare", "sheet"})
+  for (const char* name : {"formats", "info", "convert", "compare", "sheet", "doctor"})
     EXPECT_THAT(result.output, HasSubstr(name));
+  EXPECT_THAT(result.output, HasSubstr("Exit codes: 0 done, 1 pictures differ"));
   EXPECT_THAT(result.errors, IsEmpty());
 }
 

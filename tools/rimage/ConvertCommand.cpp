@@ -1,7 +1,4 @@
 // rimage convert: one picture file to another, with operations in between.
-#include <fmt/format.h>
-
-#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -58,11 +55,6 @@ ExitCode Run(Host& host, const CLI::App& command, const Options& options) {
   const auto steps = MakeSteps(command, options, context);
   CheckWriter(options.output);
   Picture picture = ReadPicture(host, options.input, options.read);
-  RImage& image = *picture.image;
-  if (image.GetDepth() > 1) {
-    ShowNote(options.input, fmt::format("the picture has {} layers, the first is taken", image.GetDepth()));
-    image.SetDepth(1);
-  }
   NamingMemoryFailure(ExitCode::kRead, options.input, [&] {
     for (const Step& step : steps) step(picture);
   });

@@ -50,6 +50,11 @@ ExitCode Finish(ExitCode code) {
 ExitCode Run(int argc, char** argv) {
   CLI::App app("Reads, converts, compares and shows picture files.", "rimage");
   app.set_version_flag("--version", "rimage " RIMAGE_VERSION);
+  app.footer(
+      "Exit codes: 0 done, 1 pictures differ or some of several files failed, 2 wrong use, 3 reading "
+      "failed,\n"
+      "4 writing failed, 5 OpenGL is required and there is none, 130 interrupted.\n"
+      "rimage SUBCOMMAND --help tells the options of one.");
   app.allow_extras();
   // One sub-command at most: after it, the names of others are file names.
   app.require_subcommand(0, 1);
