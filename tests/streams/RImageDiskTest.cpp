@@ -7,6 +7,7 @@
 #include "image/RDestroyPtr.h"
 #include "image/RImage.h"
 #include "module/EntryPointrimage.h"
+#include "rbaselib/RMessageHandler.h"
 #include "rbaselib/RObjectRegistry.h"
 #include "rbaselib/RStream.h"
 #include "support/TestData.h"
@@ -140,6 +141,33 @@ TEST_F(RImageDiskTest, ImageFileReadWithoutReaderGivesNull) {
   EXPECT_EQ(RImage::ImageFileRead(WritePng("a.unknown").c_str()), nullptr);
   EXPECT_EQ(RImage::ImageFileRead(WritePng("none").c_str()), nullptr);
   EXPECT_EQ(RImage::ImageFileRead(nullptr), nullptr);
+}
+
+// Counts what is shown.
+class CountingHandler : public RMessageHandler {
+ public:
+  CountingHandler() : mBefore(SetMainMessageHandler(this)) {}
+  ~CountingHandler() override { SetMainMessageHandler(mBefore); }
+  CountingHandler(const CountingHandler&) = delete;
+  CountingHandler& operator=(const CountingHandler&) = delete;
+  void DisplayWarning(const char*, const char*, const char*) override { ++mShown; }
+  int Shown() const { return mShown; }
+
+ private:
+  RMessageHandler* mBefore;
+  int mShown = 0;
+};
+
+TEST_F(RImageDiskTest, FailuresShowNoMessages) {
+  const CountingHandler handler;
+  RImage* image = nullptr;
+  const std::string broken = mFolder.Write("broken.png", {1, 2, 3});
+  for (const std::string& path : {broken, mFolder.Path("absent.png"), mFolder.Path("a.unknown")}) {
+    EXPECT_EQ(RImage::ImageFileRead(path.c_str()), nullptr);
+    EXPECT_FALSE(RImage::ReadFromDisk(path.c_str(), image, false));
+    EXPECT_FALSE(RImage::WriteToDisk(nullptr, path.c_str(), "", 90, 1));
+  }
+  EXPECT_EQ(handler.Shown(), 0);
 }
 
 // --- The host's own reading function.

@@ -46,11 +46,34 @@ TEST(Formats, TellsWhatQtAddsForWriting) {
   EXPECT_EQ(Formats()["qt"]["writes"], json({"bmp", "jpeg", "png"}));
 }
 
+// Where Qt's plugins are not installed Qt itself still knows png and bmp, and the module tga.
+const test::ToolSettings kNoPlugins{
+    .environment = {{"LD_PRELOAD", RIMAGE_HIDDEN_PLUGINS}, {"ASAN_OPTIONS", "verify_asan_link_order=0"}}};
+
 TEST(Formats, TellsWhenAPluginIsMissing) {
-  const json formats = Formats({.environment = {{"QT_PLUGIN_PATH", "/nowhere"}}});
-  EXPECT_THAT(formats["qt"]["reads"], Contains("png"));
-  const auto result = test::RunTool({"formats"});
-  EXPECT_THAT(result.output, HasSubstr("png   RImageStreamQT\n"));
+  const json formats = Formats(kNoPlugins);
+  const auto available = [&](const char* group) {
+    std::vector<std::string> names;
+    for (const json& entry : formats[group]) {
+      if (entry["available"] == true) names.push_back(entry["extension"]);
+    }
+    return names;
+  };
+  EXPECT_THAT(available("readers"),
+              testing::ElementsAre("tga", "pic", "iff", "bmp", "yuv", "sgi", "rgb", "rgba", "dds", "png"));
+  EXPECT_THAT(available("writers"), testing::ElementsAre("tga", "yuv"));
+  EXPECT_EQ(formats["qt"]["writes"], json({"bmp", "png"}));
+  const std::string text = test::RunTool({"formats"}, kNoPlugins).output;
+  EXPECT_THAT(text, HasSubstr("  tif   RImageStreamQT (Qt plugin missing)\n"));
+  EXPECT_THAT(text, HasSubstr("  tga   RImageStreamQT\n"));
+  EXPECT_THAT(text, HasSubstr("  sgi   RImageStreamsgi\n"));
+}
+
+TEST(Formats, WithAllPluginsEveryStreamIsAvailable) {
+  const json formats = Formats();
+  for (const char* group : {"readers", "writers"}) {
+    for (const json& entry : formats[group]) EXPECT_EQ(entry["available"], true) << entry["extension"];
+  }
 }
 
 TEST(Formats, TextAndJsonAgree) {
