@@ -6,8 +6,8 @@ samples=$(cd "$(dirname "$0")" && pwd)
 tool=$(realpath "$1")
 mkdir -p "$2"
 out=$(cd "$2" && pwd)
-rm -rf "${out:?}"/{converted,operations,sheet.png,info.json}
-mkdir -p "$out"/{converted,operations}
+rm -rf "${out:?}"/{converted,operations,stereo,sheet.png,stereo.png,info.json}
+mkdir -p "$out"/{converted,operations,stereo}
 cd "$samples"
 
 title() { printf '\n== %s\n' "$*"; }
@@ -63,12 +63,22 @@ operation 16-field-average hopper.jpg --field average
 title "Where two pictures differ"
 run compare hopper.jpg hopper.sgi --diff "$out/operations/17-difference.png" || [ $? -eq 1 ]
 
+title "Two views in one picture"
+frames=()
+for mode in color-anaglyph gray-anaglyph row-interleaved checkerboard side-by-side side-by-side-swapped; do
+  # Without OpenGL there are no frames.
+  run stereo stereo-left.png stereo-right.png "$out/stereo/$mode.png" --mode "$mode" || { [ $? -eq 5 ] && break; }
+  frames+=("$out/stereo/$mode.png")
+done
+run sheet stereo-left.png stereo-right.png "${frames[@]}" "$out/stereo.png" --columns 4 --size 320
+
 title "Everything on one page"
 run sheet "${pictures[@]}" "$out"/operations/*.png "$out/sheet.png" --columns 7
 
 title "Done"
 cat <<TEXT
 $out/sheet.png      every picture and every operation, with names
+$out/stereo.png     two views, and the frames that they make
 $out/converted/     each picture in another format
 $out/operations/    one picture for each operation
 $out/info.json      what the pictures hold, as JSON

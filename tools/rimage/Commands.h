@@ -25,4 +25,5 @@ Command AddInfoCommand(CLI::App& app);
 Command AddConvertCommand(CLI::App& app);
 Command AddCompareCommand(CLI::App& app);
 Command AddSheetCommand(CLI::App& app);
+Command AddStereoCommand(CLI::App& app);
 Command AddDoctorCommand(CLI::App& app);

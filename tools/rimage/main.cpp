@@ -59,7 +59,8 @@ ExitCode Run(int argc, char** argv) {
   // One sub-command at most: after it, the names of others are file names.
   app.require_subcommand(0, 1);
   const std::vector<Command> commands = {AddFormatsCommand(app), AddInfoCommand(app),  AddConvertCommand(app),
-                                         AddCompareCommand(app), AddSheetCommand(app), AddDoctorCommand(app)};
+                                         AddCompareCommand(app), AddSheetCommand(app), AddStereoCommand(app),
+                                         AddDoctorCommand(app)};
   for (const Command& command : commands) command.app->allow_extras();
   try {
     app.parse(argc, argv);
