@@ -85,7 +85,7 @@ std::span<unsigned char> Room(const RPrivatePicture& picture, std::size_t channe
   unsigned char* write = picture.write[channel];
   if (!begin || !write) return {};
   unsigned char* end = begin + std::size_t{2} * picture.width;
-  const std::less<const unsigned char*> before;
+  const std::less<> before;
   if (before(write, begin) || before(end, write)) return {};
   return {write, end};
 }

@@ -25,8 +25,8 @@ inline unsigned char YuvByte(double value) {
 // the second the first: pixels and files of this format have always been paired this way.
 inline void YuvToPixel(int luma, int chroma1, int chroma2, unsigned char* pixel) {
   const double y = static_cast<double>(static_cast<float>(luma) - 16.0F) * 1.164;
-  const double c1 = static_cast<double>(static_cast<float>(chroma1) - 128.0F);
-  const double c2 = static_cast<double>(static_cast<float>(chroma2) - 128.0F);
+  const auto c1 = static_cast<double>(static_cast<float>(chroma1) - 128.0F);
+  const auto c2 = static_cast<double>(static_cast<float>(chroma2) - 128.0F);
   pixel[0] = YuvByte(y + 2.018 * c2);
   pixel[1] = YuvByte(y - 0.813 * c1 - 0.391 * c2);
   pixel[2] = YuvByte(y + 1.596 * c1);

@@ -16,8 +16,9 @@
 inline constexpr int kYuvWidth = 720;
 inline constexpr int kYuvLines = 486;      ///< of the frames that are written
 inline constexpr int kYuvLongLines = 576;  ///< of the other frames that are read
-inline constexpr std::size_t kYuvLineBytes = 2 * kYuvWidth;
-inline constexpr std::size_t kYuvRowBytes = 3 * kYuvWidth;  ///< of the same pixels in 3 bytes each
+inline constexpr std::size_t kYuvLineBytes = std::size_t{2} * kYuvWidth;
+inline constexpr std::size_t kYuvRowBytes =
+    std::size_t{3} * kYuvWidth;  ///< of the same pixels in 3 bytes each
 
 /// Converts a line to pixels of 3 bytes.
 ///

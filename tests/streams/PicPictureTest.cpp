@@ -298,6 +298,17 @@ TEST_F(PicOpen, IsNullWithoutArguments) {
   EXPECT_EQ(pictureReadFileHeader(path.c_str(), mPicture, nullptr), nullptr);
 }
 
+TEST_F(PicOpen, AnyChainedByteButZeroMeansAnotherPacket) {
+  for (const int chained : {1, 2, 128, 255}) {
+    const auto byte = static_cast<std::uint8_t>(chained);
+    const FilePtr stream =
+        OpenBytes(PicBuilder::Make(1, 1, {{0, 0x80, 8, byte}, {1, 0x40, 8, byte}, {2, 0x20}}, {77}).Build());
+    ASSERT_TRUE(stream && mPackets && mPackets->next && mPackets->next->next) << chained;
+    EXPECT_EQ(mPackets->next->next->next, nullptr) << chained;
+    EXPECT_EQ(std::fgetc(stream.get()), 77) << chained;
+  }
+}
+
 TEST_F(PicOpen, EndsThePacketsWithTheFile) {
   auto file = PicBuilder::Make(5, 1, {{0, 0x80}, {1, 0x40}, {2, 0x20}}, {});
   file.endless = true;
@@ -565,6 +576,10 @@ TEST_P(PicEnd, EndsTheScanlineAndKeepsTheOtherSamples) {
   EXPECT_EQ(picture.Row(kRed), test::Join({GetParam().red, Bytes(6 - GetParam().red.size(), 50)}));
   EXPECT_EQ(picture.Row(kGreen), test::Join({GetParam().green, Bytes(6 - GetParam().green.size(), 60)}));
   EXPECT_EQ(picture.Row(kBlue), Bytes(6, 0));
+  // The packet that the end is in counts, those behind it do not.
+  const RPrivatePicture& record = picture.Picture();
+  EXPECT_EQ(record.write[kRed], record.buffer[kRed] + 3);
+  EXPECT_EQ(record.write[kBlue], record.buffer[kBlue]);
 }
 
 INSTANTIATE_TEST_SUITE_P(Bodies, PicEnd,

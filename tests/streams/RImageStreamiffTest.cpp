@@ -216,6 +216,15 @@ struct ChunkCase {
   void (*spoil)(IlbmBuilder&);
 };
 
+TEST(IlbmCompression, ZeroAndOneReadABodyThatSuitsBoth) {
+  for (const std::uint8_t compression : {std::uint8_t{0}, std::uint8_t{1}}) {
+    auto file = Small();
+    file.chunks[0] = IlbmBmhd{8, 1, 1, 0, compression}.Chunk();
+    file.chunks[2].data = {1, 0x0F, 0};
+    EXPECT_TRUE(Read(file)) << int{compression};
+  }
+}
+
 class IlbmRefusal : public testing::TestWithParam<ChunkCase> {};
 
 TEST_P(IlbmRefusal, FailsAndAttachesNothing) {
@@ -227,6 +236,9 @@ TEST_P(IlbmRefusal, FailsAndAttachesNothing) {
   EXPECT_FALSE(stream.StreamOpen(nullptr));
   EXPECT_EQ(stream.GetImage(false), nullptr);
 }
+
+// A row for a reader of plain rows, and for one of ByteRun1.
+const Bytes kAnyBody = {1, 0x0F, 0};
 
 const ChunkCase kRefusals[] = {
     {"OtherForm", [](IlbmBuilder& f) { f.form = "LIST"; }},
@@ -269,11 +281,11 @@ const ChunkCase kRefusals[] = {
      }},
     {"CompressionTwo",
      [](IlbmBuilder& f) {
-       f.chunks[0] = IlbmBmhd{8, 1, 1, 0, 2}.Chunk();
+       f.chunks[0] = IlbmBmhd{8, 1, 1, 0, 2}.Chunk(), f.chunks[2].data = kAnyBody;
      }},
     {"Compression255",
      [](IlbmBuilder& f) {
-       f.chunks[0] = IlbmBmhd{8, 1, 1, 0, 255}.Chunk();
+       f.chunks[0] = IlbmBmhd{8, 1, 1, 0, 255}.Chunk(), f.chunks[2].data = kAnyBody;
      }},
     {"NinePlanes",
      [](IlbmBuilder& f) {

@@ -128,13 +128,15 @@ TEST(SgiDimension, TwoMeansOneChannelWhateverIsStored) {
   EXPECT_EQ(PixelsOfFile(file), GreyPixels({1, 2}));
 }
 
-TEST(SgiDimension, OneMeansOneRowWhateverIsStored) {
-  auto file = SgiBuilder::Verbatim(2, 9, 4, {1, 2, 3, 4, 5, 6});
-  file.dimension = 1;
-  const auto image = Read(file);
-  ASSERT_TRUE(image);
-  EXPECT_EQ(image->GetHeight(), 1);
-  EXPECT_EQ(PixelsOf(image.get()), GreyPixels({1, 2}));
+TEST(SgiDimension, OneAndLessMeanOneRowWhateverIsStored) {
+  for (const std::uint16_t dimension : {std::uint16_t{0}, std::uint16_t{1}}) {
+    auto file = SgiBuilder::Verbatim(2, 9, 4, {1, 2, 3, 4, 5, 6});
+    file.dimension = dimension;
+    const auto image = Read(file);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->GetHeight(), 1);
+    EXPECT_EQ(PixelsOf(image.get()), GreyPixels({1, 2}));
+  }
 }
 
 TEST(SgiDimension, AboveThreeChangesNothing) {
@@ -282,7 +284,8 @@ TEST(SgiClaim, OfMoreThan65536BytesAFileByteIsRefused) {
   auto file = SgiBuilder::Verbatim(4096, 2048, 3, {});  // 512 x 65,536 bytes
   file.storage = 2;
   EXPECT_TRUE(Read(file));
-  file.ysize = 2049;
+  file.xsize = 397;
+  file.ysize = 21130;  // 8 bytes more
   EXPECT_FALSE(Read(file));
   file.xsize = file.ysize = 65535;
   EXPECT_FALSE(Read(file));

@@ -182,10 +182,30 @@ TEST_F(YuvWriter, ALongFrameIsWrittenBackWith486Lines) {
   ASSERT_TRUE(image);
   EXPECT_EQ(image->GetHeight(), 576);
   ASSERT_TRUE(Write(image.get()));
-  EXPECT_EQ(Written().size(), kFrame);
-  const auto again = test::ReadWith<RImageStreamyuv>(mPath);
-  ASSERT_TRUE(again);
-  EXPECT_EQ(again->GetHeight(), 486);
+  const Bytes written = Written();
+  ASSERT_EQ(written.size(), kFrame);
+  // Row y, from the bottom, is the image's row y x 576 / 486.
+  for (std::size_t y = 0; y < 486; ++y) {
+    const std::size_t line = 575 - y * 576 / 486;
+    const auto [r, g, b] = test::ReferencePixel(static_cast<int>(16 + line % 200), 128, 128);
+    const std::size_t at = (485 - y) * kLine;
+    ASSERT_EQ(written[at + 1], test::ReferenceComponents(r, g, b)[0]) << y;
+    ASSERT_EQ(written[at], 128) << y;
+  }
+}
+
+TEST_F(YuvWriter, AnImageOfTheRightHeightIsWidened) {
+  const auto image = MakeImage(kImageFormatRGB, 360, 486);
+  for (std::size_t i = 0; i < std::size_t{360} * 486 * 3; ++i) {
+    image->GetImageBits()[i] = static_cast<unsigned char>(i / 3 % 360 / 2);  // a grey for each two columns
+  }
+  ASSERT_TRUE(Write(image.get()));
+  const Bytes written = Written();
+  ASSERT_EQ(written.size(), kFrame);
+  for (std::size_t x = 0; x < 720; ++x) {
+    const int grey = static_cast<int>(x / 4);
+    ASSERT_EQ(written[2 * x + 1], test::ReferenceComponents(grey, grey, grey)[0]) << x;
+  }
 }
 
 TEST_F(YuvWriter, AVectorPictureIsConvertedAgainAfterItWasRenderedAtTheNewSize) {

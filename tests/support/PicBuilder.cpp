@@ -17,7 +17,7 @@ Bytes PicBuilder::Build() const {
   out.U16(width).U16(height).F32(ratio).U16(fields).U16(padding);
   for (std::size_t i = 0; i < packets.size(); ++i) {
     const bool chained = endless || i + 1 < packets.size();
-    out.U8(chained ? 1 : 0).U8(packets[i].size).U8(packets[i].type).U8(packets[i].channel);
+    out.U8(chained ? packets[i].chained : 0).U8(packets[i].size).U8(packets[i].type).U8(packets[i].channel);
   }
   return out.Raw(body).Take();
 }

@@ -14,6 +14,7 @@ struct PicPacket {
   std::uint8_t type = 0;     ///< 0 raw, 1 runs, 2 runs and raw
   std::uint8_t channel = 0;  ///< red 0x80, green 0x40, blue 0x20, alpha 0x10
   std::uint8_t size = 8;
+  std::uint8_t chained = 1;  ///< stored where another packet follows
 };
 
 /// A PIC file: the header's fields as they are stored, the packets and the scanlines. A bad field is one
