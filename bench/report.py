@@ -33,6 +33,10 @@ GOALS = [
     (r"Field(Extract|Average)_.*", {"libyuv": 1.0}),
     (r"ToolConvert.*", {"bare_qt": 1 / 1.1}),
     (r"Tga(Read|Write).*", {"best": 1.0}),
+    (r"Sgi(Rle|Verbatim)", {"best": 4.0}),
+    (r"PicMixed", {"best": 10.0}),
+    (r"Ilbm", {"best": 1.0}),
+    (r"YuvToRgb|RgbToYuv", {"swscale": 5.0}),
     (r"Qt(Png|Jpeg|Tiff).*", {"QImage": 1 / 1.1}),
     (r"DecodeBC[1-5]", {"best": 2.0}),
     # The fastest decoder of these in a distribution is Pillow's, which is no library. It takes 0.71 of OpenImageIO's

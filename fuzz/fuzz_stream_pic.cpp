@@ -1,10 +1,11 @@
 // The PIC reader: through the stream, through the scanline functions, and the decoder by itself.
-#include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 
 #include "FuzzReading.h"
 #include "streams/PicFormat.h"
 #include "streams/RImageStreampict.h"
+#include "streams/RImageTarget.h"
 
 namespace {
 
@@ -19,11 +20,27 @@ std::vector<unsigned char> DecodeScanline(std::span<const unsigned char> bytes, 
     pointers[i] = &writers[i];
   }
   PicMemorySource source(bytes);
-  PicDecoder<PicMemorySource, Writer> decoder(source);
-  (void)decoder.Decode(code, std::span(pointers).first(channels), width);
+  PicChannelRows<Writer> sink{std::span(pointers).first(channels)};
+  (void)PicDecoder(source).Decode(code, sink, width);
   for (Writer& writer : writers) writer.Finish(std::vector<unsigned char>(width, 1));
   return rows;
 }
+
+// Keeps the warnings of later versions away from the fuzzer's own output.
+class WithoutWarnings {
+ public:
+  WithoutWarnings() { stderr = Nowhere(); }
+  ~WithoutWarnings() { stderr = mKept; }
+  WithoutWarnings(const WithoutWarnings&) = delete;
+  WithoutWarnings& operator=(const WithoutWarnings&) = delete;
+
+ private:
+  static std::FILE* Nowhere() {
+    static std::FILE* const file = std::fopen("/dev/null", "w");
+    return file;
+  }
+  std::FILE* mKept = stderr;
+};
 
 // The pixels that the scanline functions give, bottom row first.
 std::vector<unsigned char> ReadByScanlines(std::FILE* file, RPrivatePicture& picture,
@@ -42,13 +59,19 @@ std::vector<unsigned char> ReadByScanlines(std::FILE* file, RPrivatePicture& pic
   return pixels;
 }
 
+// Large pictures cost time and find nothing new, but those that are refused.
+bool IsQuick(const RPrivatePicture& picture, std::size_t fileSize) {
+  const std::size_t pixels = std::size_t{picture.width} * picture.height;
+  return pixels < 1 << 16 || !RIsCredibleImage(4 * pixels, fileSize);
+}
+
 void CompareRoads(std::span<const unsigned char> bytes) {
+  const WithoutWarnings quiet;
   const test::MemoryFile memory(bytes, ".pic");
   RPrivatePicture* picture = pictureAllocate();
   channelPacket* packets = nullptr;
   std::FILE* file = pictureReadFileHeader(memory.Path(), picture, &packets);
-  // Large pictures cost time and find nothing new.
-  if (!file || std::size_t{picture->width} * picture->height < 1 << 16) {
+  if (!file || IsQuick(*picture, bytes.size())) {
     RImageStreampict stream;
     stream.SetFileName(memory.Path());
     const bool opened = stream.StreamOpen(nullptr);
@@ -64,11 +87,7 @@ void CompareRoads(std::span<const unsigned char> bytes) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  std::vector<unsigned char> copy(data, data + size);
-  // Other versions make nothing but a warning.
-  constexpr unsigned char kVersion[] = {0x40, 0x26, 0x66, 0x66};
-  if (size >= 8) std::copy(std::begin(kVersion), std::end(kVersion), copy.begin() + 4);
-  const std::span<const unsigned char> bytes(copy);
+  const std::span<const unsigned char> bytes(data, size);
   if (size > 2) {
     const unsigned code = data[0] % 4;
     const std::size_t channels = data[0] / 4 % 5;

@@ -20,6 +20,19 @@ void DecodeRow(std::span<const unsigned char> data, std::size_t width) {
   fuzz::Require(fast == exact);
 }
 
+// Rows and channels that there are not leave the samples alone.
+void FetchAround(const SgiImageHeader& file) {
+  std::vector<unsigned char> row(file.xsize, 1);
+  const std::vector<unsigned char> before(file.xsize, 2);
+  for (const int y : {-1, 0, int{file.ysize}}) {
+    for (const int z : {-1, 0, int{file.zsize}}) {
+      const bool exists = y == 0 && z == 0 && file.ysize > 0;
+      if (!exists) fuzz::Require(file.FetchRow(row, before, y, z) == -1);
+    }
+  }
+  fuzz::Require(row == std::vector<unsigned char>(file.xsize, 1));
+}
+
 // Large pictures cost time and find nothing new.
 bool IsSmall(const SgiImageHeader& file) { return std::size_t{file.xsize} * file.ysize < 1 << 20; }
 
@@ -34,6 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   SgiImageHeader file;
   const bool reads = file.Read(bytes);
+  if (reads) FetchAround(file);
   if (reads && !IsSmall(file)) return 0;
   const bool opened = fuzz::Open<RImageStreamsgi>(bytes, ".sgi");
   fuzz::Require(reads || !opened);

@@ -34,10 +34,11 @@ void ConvertRow(std::span<const unsigned char> bytes) {
   fuzz::Require(fast == plain);
 }
 
-// The first byte chooses among sizes around those of frames.
+// The upper half of the first byte chooses among sizes around those of frames.
 void ReadAndWrite(std::span<const unsigned char> bytes) {
-  const std::size_t lines = bytes[0] & 1 ? kYuvLines : kYuvLongLines;
-  const std::size_t size = lines * kYuvLineBytes + (bytes[0] >> 1 & 3) - 2;
+  const unsigned choice = bytes[0] >> 4;
+  const std::size_t lines = choice & 1 ? kYuvLines : kYuvLongLines;
+  const std::size_t size = lines * kYuvLineBytes + (choice >> 1 & 3) - 2;
   const test::MemoryFile memory(Repeat(bytes, size), ".yuv");
   RImageStreamyuv stream;
   stream.SetFileName(memory.Path());

@@ -77,52 +77,88 @@ class PicMemorySource {
 inline constexpr std::size_t kPicMaxPixels = 128;
 inline constexpr std::size_t kPicMaxTake = 4 * kPicMaxPixels;
 
-/// Decodes scanlines: `Source` gives bytes as `PicMemorySource` does, `Writer` is a row writer. The rows of a
-/// packet's channels are filled side by side. Every operation returns false when the file has ended; what the
-/// bytes before its end gave is in place.
-template <class Source, class Writer>
+/// Takes the pixels of a packet apart: the samples of each channel go to a row writer of their own.
+template <class Writer>
+class PicChannelRows {
+ public:
+  /// `rows` are those of the packet's channels, up to four, in the order of their values.
+  explicit PicChannelRows(std::span<Writer* const> rows) : mRows(rows) {}
+
+  std::size_t Channels() const { return mRows.size(); }
+  void Fill(std::span<const unsigned char> values, std::size_t count) {
+    for (std::size_t i = 0; i < values.size(); ++i) mRows[i]->Fill(values[i], count);
+  }
+  void Copy(std::span<const unsigned char> bytes) {
+    switch (mRows.size()) {
+      case 1:
+        return Spread<1>(bytes);
+      case 2:
+        return Spread<2>(bytes);
+      case 3:
+        return Spread<3>(bytes);
+      case 4:
+        return Spread<4>(bytes);
+      default:
+        return;
+    }
+  }
+
+ private:
+  template <std::size_t kCount>
+  void Spread(std::span<const unsigned char> bytes) {
+    for (std::size_t i = 0; i < kCount; ++i) mRows[i]->template CopyEach<kCount>(bytes, i);
+  }
+
+  std::span<Writer* const> mRows;
+};
+
+/// Decodes scanlines: `Source` gives bytes as `PicMemorySource` does. The pixels of a packet go to a sink
+/// with the operations of `PicChannelRows`: `Channels` tells the bytes of a pixel; `Fill` repeats a pixel, of
+/// which the file's end may leave fewer bytes; `Copy` takes pixels, the last of which it may cut short. Every
+/// operation returns false when the file has ended; what the bytes before its end gave has gone to the sink.
+template <class Source>
 class PicDecoder {
  public:
-  /// The rows of a packet's channels in the order of their values.
-  using Channels = std::span<Writer* const>;
-
   explicit PicDecoder(Source& source) : mSource(source) {}
 
   /// Decodes a packet's part of a scanline of `width` pixels. A code that is not known takes nothing from the
   /// file.
-  [[nodiscard]] bool Decode(unsigned code, Channels channels, std::size_t width) {
+  template <class Sink>
+  [[nodiscard]] bool Decode(unsigned code, Sink& sink, std::size_t width) {
     switch (code) {
       case kPicRaw:
-        return DecodeRaw(channels, width);
+        return DecodeRaw(sink, width);
       case kPicPureRuns:
-        return DecodePure(channels, width);
+        return DecodePure(sink, width);
       case kPicMixedRuns:
-        return DecodeMixed(channels, width);
+        return DecodeMixed(sink, width);
       default:
         return true;
     }
   }
 
  private:
-  [[nodiscard]] bool DecodeRaw(Channels channels, std::size_t width) {
+  template <class Sink>
+  [[nodiscard]] bool DecodeRaw(Sink& sink, std::size_t width) {
     while (width > 0) {
       const std::size_t count = std::min(width, kPicMaxPixels);
-      if (!Pixels(channels, count)) return false;
+      if (!Pixels(sink, count)) return false;
       width -= count;
     }
     return true;
   }
 
-  [[nodiscard]] bool DecodePure(Channels channels, std::size_t width) {
+  template <class Sink>
+  [[nodiscard]] bool DecodePure(Sink& sink, std::size_t width) {
     for (std::size_t x = 0; x < width;) {
       unsigned count = 0;
       if (!mSource.Byte(count)) return false;
       // Deliberate: a count is cut to the width, not to what is left of the scanline, so a run may pass its
       // end.
       if (count > width) count = width & 0xFF;
-      const auto values = mSource.Take(channels.size());
-      if (values.size() < channels.size()) return false;
-      for (std::size_t i = 0; i < channels.size(); ++i) channels[i]->Fill(values[i], count);
+      const auto values = mSource.Take(sink.Channels());
+      if (values.size() < sink.Channels()) return false;
+      sink.Fill(values, count);
       x += count;
     }
     return true;
@@ -130,17 +166,18 @@ class PicDecoder {
 
   // A count of 128 is followed by the length of a run in 2 bytes, one above 128 is 127 more than the length
   // of a run.
-  [[nodiscard]] bool DecodeMixed(Channels channels, std::size_t width) {
+  template <class Sink>
+  [[nodiscard]] bool DecodeMixed(Sink& sink, std::size_t width) {
     for (std::size_t x = 0; x < width;) {
       unsigned count = 0;
       if (!mSource.Byte(count)) return false;
       if (count < 128) {
         ++count;
-        if (!Pixels(channels, count)) return false;
+        if (!Pixels(sink, count)) return false;
       } else {
         count = count - 127;
         if (count == 1 && !LongCount(count)) return false;
-        if (!Run(channels, count)) return false;
+        if (!Run(sink, count)) return false;
       }
       x += count;
     }
@@ -155,36 +192,18 @@ class PicDecoder {
     return true;
   }
 
-  [[nodiscard]] bool Run(Channels channels, std::size_t count) {
-    const auto values = mSource.Take(channels.size());
-    for (std::size_t i = 0; i < values.size(); ++i) channels[i]->Fill(values[i], count);
-    return values.size() == channels.size();
+  template <class Sink>
+  [[nodiscard]] bool Run(Sink& sink, std::size_t count) {
+    const auto values = mSource.Take(sink.Channels());
+    sink.Fill(values, count);
+    return values.size() == sink.Channels();
   }
 
-  [[nodiscard]] bool Pixels(Channels channels, std::size_t count) {
-    const auto bytes = mSource.Take(count * channels.size());
-    switch (channels.size()) {
-      case 1:
-        Spread<1>(channels, bytes);
-        break;
-      case 2:
-        Spread<2>(channels, bytes);
-        break;
-      case 3:
-        Spread<3>(channels, bytes);
-        break;
-      case 4:
-        Spread<4>(channels, bytes);
-        break;
-      default:
-        break;
-    }
-    return bytes.size() == count * channels.size();
-  }
-
-  template <std::size_t kCount>
-  void Spread(Channels channels, std::span<const unsigned char> bytes) {
-    for (std::size_t i = 0; i < kCount; ++i) channels[i]->template CopyEach<kCount>(bytes, i);
+  template <class Sink>
+  [[nodiscard]] bool Pixels(Sink& sink, std::size_t count) {
+    const auto bytes = mSource.Take(count * sink.Channels());
+    sink.Copy(bytes);
+    return bytes.size() == count * sink.Channels();
   }
 
   Source& mSource;

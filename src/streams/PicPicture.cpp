@@ -105,8 +105,8 @@ void Advance(RPrivatePicture& picture, std::size_t channel) {
     writers[i] = Writer(Room(picture, i));
     channels[count++] = &writers[i];
   }
-  PicDecoder<FileSource, Writer> decoder(source);
-  const bool more = decoder.Decode(packet.type & kPicCodeMask, {channels, count}, picture.width);
+  PicChannelRows<Writer> rows({channels, count});
+  const bool more = PicDecoder(source).Decode(packet.type & kPicCodeMask, rows, picture.width);
   for (std::size_t i = 0; i < kChannels; ++i) {
     if (packet.channel & kPicChannelMasks[i]) Advance(picture, i);
   }

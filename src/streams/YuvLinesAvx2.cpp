@@ -39,16 +39,14 @@ consteval bool ReciprocalHolds() {
 }
 static_assert(ReciprocalHolds());
 
-// Finds the words of which 250 times `quotient` is `number`.
-class Multiples {
+// Multiplies quotients by what they were divided by.
+class Times250 {
  public:
-  Multiples() {
+  Times250() {
     // Keeps the compiler from replacing the multiplication by five shifts and additions.
     asm("" : "+x"(m250));
   }
-  __m256i operator()(__m256i quotient, __m256i number) const {
-    return _mm256_cmpeq_epi16(_mm256_mullo_epi16(quotient, m250), number);
-  }
+  __m256i operator()(__m256i quotient) const { return _mm256_mullo_epi16(quotient, m250); }
 
  private:
   __m256i m250 = Words(250);
@@ -138,33 +136,33 @@ void StorePixels(__m256i first, __m256i second, __m256i third, unsigned char* pi
 
 // Converts a block whose components, and those two pixels further on, are given. Returns the words, in packed
 // order, that may be one too low.
-__m256i ConvertBlock(__m256i components, __m256i next, const Multiples& multiples, unsigned char* pixels) {
+__m256i ConvertBlock(__m256i components, __m256i next, const Times250& times250, unsigned char* pixels) {
   const EvenOdd luma = Luma(components);
   const EvenOdd chroma = Chroma(components, next);
   const __m256i m[3] = {Channel<1>(luma, chroma, Pairs(0, 1009)), Channel<2>(luma, chroma, Pairs(-813, -391)),
                         Channel<0>(luma, chroma, Pairs(399, 0))};
   __m256i bytes[3];
-  __m256i suspects = _mm256_setzero_si256();
+  __m256i rest = _mm256_setzero_si256();
   for (int i = 0; i < 3; ++i) {
     bytes[i] = TimesReciprocal(m[i]);
-    suspects =
-        _mm256_or_si256(suspects, multiples(bytes[i], _mm256_sub_epi16(m[i], Words(250))));  // one less
+    rest = _mm256_max_epi16(rest, _mm256_sub_epi16(m[i], times250(bytes[i])));
   }
   StorePixels(bytes[0], bytes[1], bytes[2], pixels);
-  return suspects;
+  return _mm256_cmpeq_epi16(rest, Words(250));  // of a quotient that is one less
 }
 
 void ToPixels(const unsigned char* line, unsigned char* pixels) {
-  const Multiples multiples;
+  const Times250 times250;
   Suspects suspects;
-  for (std::size_t i = 0; i < kBlocks; ++i) {
-    const __m256i components = Load(line + 2 * kBlock * i);
-    // Behind the last pair there is none: its own chroma stands in.
-    const __m256i next =
-        i + 1 < kBlocks ? Load(line + 2 * kBlock * i + 4)
-                        : _mm256_permutevar8x32_epi32(components, _mm256_setr_epi32(1, 2, 3, 4, 5, 6, 7, 7));
-    suspects.Add(i, ConvertBlock(components, next, multiples, pixels + 3 * kBlock * i));
-  }
+  const auto convert = [&](std::size_t block, __m256i components, __m256i next) {
+    suspects.Add(block, ConvertBlock(components, next, times250, pixels + 3 * kBlock * block));
+  };
+  const auto at = [&](std::size_t block) { return line + 2 * kBlock * block; };
+  for (std::size_t i = 0; i < kBlocks - 1; ++i) convert(i, Load(at(i)), Load(at(i) + 4));
+  // Behind the last pair there is none: its own chroma stands in.
+  const __m256i last = Load(at(kBlocks - 1));
+  const __m256i order = _mm256_setr_epi32(1, 2, 3, 4, 5, 6, 7, 7);
+  convert(kBlocks - 1, last, _mm256_permutevar8x32_epi32(last, order));
   suspects.ForEach([&](std::size_t block, std::size_t word) {
     YuvToPixelOf(line, kBlock * block + kPackedPixel[word], pixels);
   });
@@ -201,13 +199,13 @@ __m256i Even(__m256i a, __m256i b) {
 }
 
 // Words where the division came out even, but for the multiple `exact` of 250, which rounding never spoils.
-__m256i SuspectQuotients(__m256i quotient, __m256i mPlusOne, int exact, const Multiples& multiples) {
+__m256i SuspectQuotients(__m256i quotient, __m256i mPlusOne, int exact, const Times250& times250) {
   const __m256i m = _mm256_sub_epi16(mPlusOne, Words(1));
-  return _mm256_andnot_si256(_mm256_cmpeq_epi16(m, Words(exact)), multiples(quotient, m));
+  return _mm256_andnot_si256(_mm256_cmpeq_epi16(m, Words(exact)), _mm256_cmpeq_epi16(times250(quotient), m));
 }
 
 // Converts the 16 pixels at `pixels` to 32 bytes at `line`. Returns the words that may be one too high.
-__m256i ConvertBlock(const unsigned char* pixels, const Multiples& multiples, unsigned char* line) {
+__m256i ConvertBlock(const unsigned char* pixels, const Times250& times250, unsigned char* line) {
   const PixelWords a = LoadPixels(pixels, pixels + 24);  // pixels 0-3 and 8-11
   const PixelWords b = LoadPixels(pixels + 12, pixels + 36);
   const PixelWords even = {Even(a.redGreen, b.redGreen), Even(a.blueFour, b.blueFour)};
@@ -219,19 +217,19 @@ __m256i ConvertBlock(const unsigned char* pixels, const Multiples& multiples, un
   const __m256i luma = TimesReciprocal(lumas);
   const __m256i chroma = TimesReciprocal(chromas);
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(line), _mm256_or_si256(chroma, _mm256_slli_epi16(luma, 8)));
-  return _mm256_or_si256(SuspectQuotients(luma, lumas, 4000, multiples),        // black: exactly 16
-                         SuspectQuotients(chroma, chromas, 32000, multiples));  // any grey: exactly 128
+  return _mm256_or_si256(SuspectQuotients(luma, lumas, 4000, times250),        // black: exactly 16
+                         SuspectQuotients(chroma, chromas, 32000, times250));  // any grey: exactly 128
 }
 
 void ToLine(const unsigned char* pixels, unsigned char* line) {
-  const Multiples multiples;
+  const Times250 times250;
   Suspects suspects;
   // The last loads of a block reach 4 bytes past it, which the last block of the row does not have.
   unsigned char tail[3 * kBlock + 16] = {};
   __builtin_memcpy(tail, pixels + 3 * kBlock * (kBlocks - 1), 3 * kBlock);
   for (std::size_t i = 0; i < kBlocks; ++i) {
     const unsigned char* block = i + 1 < kBlocks ? pixels + 3 * kBlock * i : tail;
-    suspects.Add(i, ConvertBlock(block, multiples, line + 2 * kBlock * i));
+    suspects.Add(i, ConvertBlock(block, times250, line + 2 * kBlock * i));
   }
   suspects.ForEach([&](std::size_t block, std::size_t word) {
     const std::size_t first = kBlock * block + (word & ~std::size_t{1});

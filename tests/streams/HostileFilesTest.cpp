@@ -189,19 +189,20 @@ TEST_P(HeavyFilesTest, TakeNoLongerThanTheirPictures) {
 
 INSTANTIATE_TEST_SUITE_P(
     Files, HeavyFilesTest,
-    testing::Values(Load{"PicUnknownPacketsOnEveryRow", Pic, PicFile(1, 65535, Packets(50000, 7, 0xF0), {})},
-                    Load{"PicPacketsAtTheEndOnEveryRow", Pic, PicFile(1, 65535, Packets(50000, 2, 0xF0), {})},
-                    Load{"PicPureZerosOnEveryRow", Pic,
-                         PicFile(1, 65535, Packets(1, 1, 0x80), Bytes(200000))},
-                    Load{"PicLongRunsInManyPackets", Pic,
-                         PicFile(1000, 1000, Packets(10000, 2, 0xF0), Bytes(100000, 128))},
-                    Load{"SgiSinglePixelsInEveryRow", Sgi, SgiTable(1000, 1000, 4000, 16512, Bytes(2000, 1))},
-                    Load{"IffManyChunks", Iff,
-                         [] {
-                           auto file = IlbmBuilder::Make({8, 1, 1}, Bytes(6), {1, 1});
-                           file.chunks.insert(file.chunks.begin(), 20000, {"ANNO", {}});
-                           return file.Build();
-                         }()}),
+    testing::Values(
+        Load{"PicUnknownPacketsOnEveryRow", Pic, PicFile(1, 65535, Packets(50000, 7, 0xF0), {})},
+        Load{"PicPacketsAtTheEndOnEveryRow", Pic, PicFile(1, 65535, Packets(50000, 2, 0xF0), {})},
+        Load{"PicPacketsOnEveryRowOfNoPixels", Pic, PicFile(0, 65535, Packets(50000, 0, 0xF0), {})},
+        Load{"PicPureZerosOnEveryRow", Pic, PicFile(1, 65535, Packets(1, 1, 0x80), Bytes(200000))},
+        Load{"PicLongRunsInManyPackets", Pic,
+             PicFile(1000, 1000, Packets(10000, 2, 0xF0), Bytes(100000, 128))},
+        Load{"SgiSinglePixelsInEveryRow", Sgi, SgiTable(1000, 1000, 4000, 16512, Bytes(2000, 1))},
+        Load{"IffManyChunks", Iff,
+             [] {
+               auto file = IlbmBuilder::Make({8, 1, 1}, Bytes(6), {1, 1});
+               file.chunks.insert(file.chunks.begin(), 20000, {"ANNO", {}});
+               return file.Build();
+             }()}),
     [](const auto& row) { return row.param.name; });
 
 // --- Damage to good files

@@ -93,6 +93,24 @@ TEST(RImageStreampict, AShortFileRepeatsTheScanlineAbove) {
                    5, 6, 0, 255, 7, 4, 0, 255, 1, 2, 0, 255, 3, 4, 0, 255}));
 }
 
+TEST(RImageStreampict, AFileThatEndsWithinAPixelOfAllColoursTakesTheRestFromTheScanlineAbove) {
+  EXPECT_EQ(PixelsOfFile(PicBuilder::Make(2, 2, {{0, 0xE0}}, {1, 2, 3, 4, 5, 6, 7, 8})),
+            (Bytes{7, 8, 3, 255, 4, 5, 6, 255, 1, 2, 3, 255, 4, 5, 6, 255}));
+  EXPECT_EQ(PixelsOfFile(PicBuilder::Make(1, 2, {{0, 0xF0}}, {1, 2, 3, 4, 5})),
+            (Bytes{5, 2, 3, 255, 1, 2, 3, 255}));
+}
+
+TEST(RImageStreampict, AFileThatEndsWithinARunOfAllColoursTakesTheRestFromTheScanlineAbove) {
+  const Bytes whole = {0x81, 1, 2, 3, 4};
+  const auto pixelsOf = [&](const Bytes& cut) {
+    return PixelsOfFile(PicBuilder::Make(2, 2, {{2, 0xF0}}, test::Join({whole, cut})));
+  };
+  const Bytes above = {1, 2, 3, 255, 1, 2, 3, 255};
+  EXPECT_EQ(pixelsOf({0x81}), test::Join({above, above}));
+  EXPECT_EQ(pixelsOf({0x81, 9}), test::Join({{9, 2, 3, 255, 9, 2, 3, 255}, above}));
+  EXPECT_EQ(pixelsOf({0x81, 9, 8, 7}), test::Join({{9, 8, 7, 255, 9, 8, 7, 255}, above}));
+}
+
 TEST(RImageStreampict, PicturesWithoutPixelsLoad) {
   EXPECT_TRUE(Read(PicBuilder::Make(0, 3, {{2, 0xE0}}, {}).Build()));
   EXPECT_TRUE(Read(PicBuilder::Make(3, 0, {{2, 0xE0}}, {}).Build()));
@@ -181,7 +199,9 @@ PicBuilder RandomPicture(test::Random& random) {
   file.packets.resize(1 + random.Below(4));
   for (test::PicPacket& packet : file.packets) {
     const std::uint8_t types[] = {0, 1, 1, 2, 2, 2, 5};
-    packet = {types[random.Below(7)], static_cast<std::uint8_t>(random.Below(16) << 4)};
+    // Mostly all colours in one packet, as most files have them, with alpha or not.
+    const unsigned channels = random.Below(3) == 0 ? random.Below(16) : 14 + random.Below(2);
+    packet = {types[random.Below(7)], static_cast<std::uint8_t>(channels << 4)};
   }
   const unsigned size = random.Below(3000);
   const unsigned style = random.Below(3);
