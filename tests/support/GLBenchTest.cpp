@@ -159,6 +159,43 @@ TEST_F(GLBenchTest, CountsLiveObjectsByKind) {
   EXPECT_EQ(LiveGLObjects(), "");
 }
 
+TEST_F(GLBenchTest, CountsEveryKindOfObject) {
+  struct Kind {
+    const char* make;
+    const char* remove;
+    std::string kind;
+  };
+  using Names = void(GLsizei, GLuint*);
+  const auto call = [&](const char* name) {
+    return reinterpret_cast<Names*>(Host().Context().getProcAddress(name));
+  };
+  for (const Kind& row : {Kind{"glGenFramebuffers", "glDeleteFramebuffers", "Framebuffer"},
+                          Kind{"glGenRenderbuffers", "glDeleteRenderbuffers", "Renderbuffer"},
+                          Kind{"glGenBuffers", "glDeleteBuffers", "Buffer"},
+                          Kind{"glGenVertexArrays", "glDeleteVertexArrays", "VertexArray"},
+                          Kind{"glGenProgramsARB", "glDeleteProgramsARB", "ProgramARB"}}) {
+    GLuint names[2] = {};
+    call(row.make)(2, names);
+    EXPECT_EQ(LiveGLObjects(), row.kind + ": 2\n");
+    call(row.remove)(2, names);
+    EXPECT_EQ(LiveGLObjects(), "") << row.kind;
+  }
+  auto* functions = QOpenGLVersionFunctionsFactory::get<QOpenGLFunctions_2_0>(&Host().Context());
+  const GLuint program = functions->glCreateProgram();
+  const GLuint shader = functions->glCreateShader(GL_VERTEX_SHADER);
+  EXPECT_EQ(LiveGLObjects(), "Program: 1\nShader: 1\n");
+  functions->glDeleteShader(shader);
+  functions->glDeleteProgram(program);
+  EXPECT_EQ(LiveGLObjects(), "");
+}
+
+TEST_F(GLBenchTest, AnObjectLeftBehindFailsTheTest) {
+  GLuint name = 0;
+  glGenTextures(1, &name);
+  EXPECT_NONFATAL_FAILURE(GLTest::TearDown(), "OpenGL objects are left behind");
+  glDeleteTextures(1, &name);
+}
+
 TEST_F(GLBenchTest, ForgetsObjectsOnRequest) {
   GLuint name = 0;
   glGenTextures(1, &name);
