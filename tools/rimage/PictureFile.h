@@ -36,7 +36,7 @@ void PrepareToRead(Host& host, const std::string& path, const ReadOptions& optio
 
 /// Reads a file through the reader that is registered for its extension. Failures tell apart a file that is
 /// missing, not readable, empty, of an unknown extension, damaged or larger than allowed.
-FilePicture ReadPictureFile(Host& host, const std::string& path, const ReadOptions& options);
+FilePicture ReadPictureFile(Host& host, const std::string& name, const ReadOptions& options);
 
 /// The same, without the file's particulars.
 Picture ReadPicture(Host& host, const std::string& path, const ReadOptions& options);
