@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "Cg/cg.h"
+#include "cg/internal/Diagnostic.h"
 #include "cg/internal/Runtime.h"
 #include "cg/internal/Translator.h"
 
@@ -36,7 +37,7 @@ CGprogram cgCreateProgram(CGcontext context, CGenum type, const char* program, C
     return nullptr;
   }
   if (arguments && *arguments) {
-    runtime.Fail(CG_COMPILER_ERROR, std::string("the option '") + *arguments + "' is not supported");
+    runtime.Fail(CG_COMPILER_ERROR, "the option " + cg::Quote(*arguments) + " is not supported");
     return nullptr;
   }
   const cg::Stage stage = profile == CG_PROFILE_GLSLV ? cg::Stage::kVertex : cg::Stage::kFragment;

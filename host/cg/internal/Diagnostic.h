@@ -2,8 +2,17 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace cg {
+
+/// Returns a part of a source in quotation marks.
+inline std::string Quote(std::string_view text) {
+  std::string quoted = "'";
+  quoted += text;
+  quoted += '\'';
+  return quoted;
+}
 
 /// Holds the first error of a source; later ones may only follow from it.
 class Diagnostic {

@@ -10,8 +10,6 @@ namespace cg {
 
 namespace {
 
-std::string Quote(const std::string& text) { return "'" + text + "'"; }
-
 bool IsNumeric(Type type) { return type.base == Base::kInt || type.base == Base::kFloat; }
 bool IsNumericOrBool(Type type) { return IsNumeric(type) || type.base == Base::kBool; }
 

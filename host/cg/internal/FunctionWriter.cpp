@@ -89,7 +89,7 @@ bool FunctionWriter::Write(Translation& translation) {
 Symbol* FunctionWriter::AddSymbol(const std::string& name, Type type, int line) {
   Symbol& symbol = mSymbols.emplace_back(Symbol{SafeName(name, mSymbols.size()), type});
   if (mScopes.Add(name, &symbol)) return &symbol;
-  Fail(line, "'" + name + "' is declared twice");
+  Fail(line, Quote(name) + " is declared twice");
   return nullptr;
 }
 
@@ -118,8 +118,8 @@ bool FunctionWriter::WriteUniform(const Parameter& parameter, Symbol& symbol,
     return true;
   }
   if (!parameter.semantic.empty())
-    return Fail(parameter.line, "a uniform " + CgName(parameter.type) + " cannot have the semantic '" +
-                                    parameter.semantic + "'");
+    return Fail(parameter.line, "a uniform " + CgName(parameter.type) + " cannot have the semantic " +
+                                    Quote(parameter.semantic));
   if (parameter.type == kSamplerType) {
     if (mSamplers == kMostSamplers) return Fail(parameter.line, "there are too many samplers");
     translated.unit = mSamplers++;
@@ -135,9 +135,9 @@ bool FunctionWriter::WriteUniform(const Parameter& parameter, Symbol& symbol,
 
 bool FunctionWriter::WriteInput(const Parameter& parameter, const Symbol& symbol) {
   if (!parameter.type.IsFloat()) return Fail(parameter.line, "an input is a float or a float vector");
-  if (parameter.semantic.empty()) return Fail(parameter.line, "'" + parameter.name + "' needs a semantic");
+  if (parameter.semantic.empty()) return Fail(parameter.line, Quote(parameter.name) + " needs a semantic");
   const std::string builtin = BuiltinOf(parameter.semantic, mStage, false);
-  if (builtin.empty()) return Fail(parameter.line, "there is no input '" + parameter.semantic + "'");
+  if (builtin.empty()) return Fail(parameter.line, "there is no input " + Quote(parameter.semantic));
   const auto value = mExpressions.Convert({builtin, FloatType(4)}, parameter.type, parameter.line);
   AddLine(GlslName(parameter.type) + " " + symbol.glsl + " = " + value->text + ";");
   return true;
@@ -145,11 +145,11 @@ bool FunctionWriter::WriteInput(const Parameter& parameter, const Symbol& symbol
 
 bool FunctionWriter::WriteOutput(const Parameter& parameter, const Symbol& symbol) {
   if (!parameter.type.IsFloat()) return Fail(parameter.line, "an output is a float or a float vector");
-  if (parameter.semantic.empty()) return Fail(parameter.line, "'" + parameter.name + "' needs a semantic");
+  if (parameter.semantic.empty()) return Fail(parameter.line, Quote(parameter.name) + " needs a semantic");
   const std::string builtin = BuiltinOf(parameter.semantic, mStage, true);
-  if (builtin.empty()) return Fail(parameter.line, "there is no output '" + parameter.semantic + "'");
+  if (builtin.empty()) return Fail(parameter.line, "there is no output " + Quote(parameter.semantic));
   if (std::ranges::count(mOutputNames, builtin))
-    return Fail(parameter.line, "the output '" + parameter.semantic + "' is there twice");
+    return Fail(parameter.line, "the output " + Quote(parameter.semantic) + " is there twice");
   mOutputNames.push_back(builtin);
   AddLine(GlslName(parameter.type) + " " + symbol.glsl + " = " + Zero(parameter.type) + ";");
   // Missing components are those of a point: zeros and a one.

@@ -121,7 +121,7 @@ class Lexer {
   bool FailAtCharacter() {
     const char c = At(0);
     if (c == '#') return Fail("directives of a preprocessor are not supported");
-    if (c > ' ' && c <= '~') return Fail(std::string("unexpected character '") + c + "'");
+    if (c > ' ' && c <= '~') return Fail("unexpected character " + Quote({&c, 1}));
     std::array<char, 8> code{};
     (void)std::snprintf(code.data(), code.size(), "0x%02X",
                         static_cast<unsigned>(static_cast<unsigned char>(c)));

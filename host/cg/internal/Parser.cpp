@@ -44,8 +44,6 @@ int PrecedenceOf(std::string_view text) {
   return found == kOperators.end() ? 0 : found->precedence;
 }
 
-std::string Quote(std::string_view text) { return "'" + std::string(text) + "'"; }
-
 class Parser {
  public:
   Parser(const std::vector<Token>& tokens, Diagnostic& diagnostic)
@@ -156,7 +154,8 @@ class Parser {
   bool TakeSemantic(std::string& semantic) {
     do {
       if (Next().kind != Token::Kind::kName) return FailExpecting("a semantic");
-      semantic += (semantic.empty() ? "" : ".") + std::string(Next().text);
+      if (!semantic.empty()) semantic += '.';
+      semantic += Next().text;
       ++mIndex;
     } while (Accept("."));
     return true;

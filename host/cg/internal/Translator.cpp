@@ -18,12 +18,12 @@ const Function* FindEntry(const std::vector<Function>& functions, std::string_vi
   for (const Function& function : functions) {
     if (function.name != entry) continue;
     if (found) {
-      diagnostic.Fail(function.line, "the function '" + function.name + "' is there twice");
+      diagnostic.Fail(function.line, "the function " + Quote(function.name) + " is there twice");
       return nullptr;
     }
     found = &function;
   }
-  if (!found) diagnostic.Fail(1, "there is no function '" + std::string(entry) + "'");
+  if (!found) diagnostic.Fail(1, "there is no function " + Quote(entry));
   return found;
 }
 
