@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr int kStages = 8;
-
 RFpCombinerPortion ReadConstants(GLenum usage) {
   RFpCombinerPortion portion;
   portion.inputs[0] = {GL_CONSTANT_COLOR0_NV, GL_UNSIGNED_IDENTITY_NV, usage};
@@ -17,24 +15,17 @@ RFpCombinerPortion ReadConstants(GLenum usage) {
 
 RFpCombinerSetup MakeSetup() {
   RFpCombinerSetup setup;
-  setup.stages.assign(kStages, {ReadConstants(GL_RGB), ReadConstants(GL_ALPHA)});
+  setup.stages.assign(kFpCombinerStages, {ReadConstants(GL_RGB), ReadConstants(GL_ALPHA)});
   // The final combiner gives A x B + (1 - A) x C + D and G as alpha: the texture as it is.
   setup.finalInputs[3] = {GL_TEXTURE0, GL_UNSIGNED_IDENTITY_NV, GL_RGB};
   setup.finalInputs[6] = {GL_TEXTURE0, GL_UNSIGNED_IDENTITY_NV, GL_ALPHA};
   return setup;
 }
 
-// Deliberate: a count that equals the code of GL_INVALID_ENUM is taken for a failed query.
-bool HasEnoughCombiners() {
-  GLint count = 0;
-  glGetIntegerv(GL_MAX_GENERAL_COMBINERS_NV, &count);
-  return count >= kStages && count != GL_INVALID_ENUM;
-}
-
 }  // namespace
 
 RFpBlend_NV_register_combiners2::RFpBlend_NV_register_combiners2() : mList(1) {
-  if (HasEnoughCombiners() && mFunctions.Resolve()) mSetup = MakeSetup();
+  if (RFpHasEnoughCombiners() && mFunctions.Resolve()) mSetup = MakeSetup();
 }
 
 RFpBlend_NV_register_combiners2::~RFpBlend_NV_register_combiners2() = default;

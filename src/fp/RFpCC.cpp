@@ -2,13 +2,29 @@
 
 #include <new>
 
+#include "fp/RFpCC_ATI_fragment_shader.h"
+#include "fp/RFpCC_NV_fragment_program.h"
+#include "fp/RFpCC_NV_register_combiners2.h"
+#include "fp/RFpCC_SGI_color_matrix.h"
 #include "fp/RFpCC_default.h"
+#include "fp/RFpEntryPoints.h"
 
 namespace {
 
 constexpr int kZones = 4;
 
-RFpCC* CreateVariant() { return new (std::nothrow) RFpCC_default; }
+// In the order of preference. A family is asked for once, and only when all before it are missing.
+RFpCC* CreateVariant() {
+  static const bool kHasPrograms = RFpIsAvailable(kFpFamilyNVFragmentProgram);
+  if (kHasPrograms) return new (std::nothrow) RFpCC_NV_fragment_program;
+  static const bool kHasCombiners = RFpIsAvailable(kFpFamilyNVRegisterCombiners2);
+  if (kHasCombiners) return new (std::nothrow) RFpCC_NV_register_combiners2;
+  static const bool kHasShaders = RFpIsAvailable(kFpFamilyATIFragmentShader);
+  if (kHasShaders) return new (std::nothrow) RFpCC_ATI_fragment_shader;
+  static const bool kHasColorMatrix = RFpHasColorMatrix();
+  if (kHasColorMatrix) return new (std::nothrow) RFpCC_SGI_color_matrix;
+  return new (std::nothrow) RFpCC_default;
+}
 
 }  // namespace
 

@@ -93,6 +93,7 @@ struct Rotation {
 // Grey is turned onto the blue axis, and red and green are sheared so that colours of one luminance lie at
 // one height of it. Then the hue turns about that axis, and everything is undone.
 RFpColorTransform& RFpColorTransform::RotateHue(double degrees) {
+  if (degrees == 0) return *this;  // exactly
   const auto rotation = [](const Rotation& r) {
     RFpColorTransform turn;
     turn.mColumns[r.from][r.from] = turn.mColumns[r.to][r.to] = r.cosine;

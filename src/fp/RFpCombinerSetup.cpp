@@ -10,8 +10,9 @@ void ApplyPortion(const RFpCombinerFunctions& functions, GLenum stage, GLenum po
   for (const RFpCombinerInput& input : setup.inputs) {
     functions.input(stage, portion, variable++, input.input, input.mapping, input.usage);
   }
-  functions.output(stage, portion, setup.productAB, setup.productCD, setup.sum, GL_NONE, GL_NONE, GL_FALSE,
-                   GL_FALSE, GL_FALSE);
+  const GLboolean dots = setup.dots ? GL_TRUE : GL_FALSE;
+  functions.output(stage, portion, setup.productAB, setup.productCD, setup.sum, setup.scale, GL_NONE, dots,
+                   dots, GL_FALSE);
 }
 
 }  // namespace
@@ -23,6 +24,13 @@ bool RFpCombinerFunctions::Resolve() {
          entryPoints.ResolveTo("glCombinerInputNV", input) &&
          entryPoints.ResolveTo("glCombinerOutputNV", output) &&
          entryPoints.ResolveTo("glFinalCombinerInputNV", finalInput);
+}
+
+// Deliberate: a count that equals the code of GL_INVALID_ENUM is taken for a failed query.
+bool RFpHasEnoughCombiners() {
+  GLint count = 0;
+  glGetIntegerv(GL_MAX_GENERAL_COMBINERS_NV, &count);
+  return count >= kFpCombinerStages && count != GL_INVALID_ENUM;
 }
 
 void RFpCombinerSetup::Apply(const RFpCombinerFunctions& functions) const {

@@ -19,6 +19,12 @@ struct RFpCombinerFunctions {
   bool Resolve();
 };
 
+/// The least number of general stages that the module's set-ups need.
+inline constexpr int kFpCombinerStages = 8;
+
+/// Asks the current context whether it has that many.
+bool RFpHasEnoughCombiners();
+
 /// One variable of a portion: the register, how its value is mapped, and which components are taken.
 struct RFpCombinerInput {
   GLenum input = GL_ZERO;
@@ -26,17 +32,27 @@ struct RFpCombinerInput {
   GLenum usage = GL_RGB;
 };
 
-/// Half of a general stage: A, B, C, D in, A x B, C x D and their sum out.
+/// Half of a general stage: A, B, C, D in, A x B, C x D and their sum out, each times `scale` (GL_NONE for 1)
+/// and limited to -1..1. With `dots`, which is for colours only, the products are dot products.
 struct RFpCombinerPortion {
   std::array<RFpCombinerInput, 4> inputs;
   GLenum productAB = GL_DISCARD_NV;
   GLenum productCD = GL_DISCARD_NV;
   GLenum sum = GL_DISCARD_NV;
+  GLenum scale = GL_NONE;
+  bool dots = false;
 };
+
+/// Returns a portion that does nothing, for alpha: it cannot even read zero as a colour.
+constexpr RFpCombinerPortion RFpEmptyAlphaPortion() {
+  RFpCombinerPortion portion;
+  for (RFpCombinerInput& input : portion.inputs) input.usage = GL_ALPHA;
+  return portion;
+}
 
 struct RFpCombinerStage {
   RFpCombinerPortion rgb;
-  RFpCombinerPortion alpha;
+  RFpCombinerPortion alpha = RFpEmptyAlphaPortion();
   std::array<float, 4> constant0{};  ///< clamped to 0..1 by the hardware
   std::array<float, 4> constant1{};
 };

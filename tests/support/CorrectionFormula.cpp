@@ -145,34 +145,49 @@ std::array<double, 3> ZoneWeights(const CorrectionSettings& s, const Rgba& c) {
   return {shadows, 1 - shadows - highlights, highlights};
 }
 
-Rgba CorrectColour(const CorrectionSettings& s, const Rgba& colour) {
+CorrectionModel::CorrectionModel(const CorrectionSettings& settings) : mSettings(settings) {
+  const bool zones = UsesZones(settings);
+  mZones.resize(zones ? 3 : 1);
+  for (std::size_t zone = 0; zone < mZones.size(); ++zone) {
+    for (std::size_t channel = 0; channel < 4; ++channel) {
+      Rgba unit{};
+      unit[channel] = 1;
+      mZones[zone][channel] =
+          zones ? CorrectInZone(settings, zone, unit)
+                : CorrectZone(settings.zones[0], ApplyPoints(settings, unit), settings.negative);
+    }
+  }
+}
+
+Rgba CorrectionModel::Correct(const Rgba& colour) const {
   Rgba c = colour;
-  if (!s.transparency) c[3] = 1;
-  if (!UsesZones(s)) return CorrectZone(s.zones[0], ApplyPoints(s, c), s.negative);
-  const auto weights = ZoneWeights(s, c);
+  if (!mSettings.transparency) c[3] = 1;
+  std::array<double, 3> weights = {1, 0, 0};
+  if (mZones.size() > 1) weights = ZoneWeights(mSettings, c);
   Rgba sum{};
-  for (std::size_t zone = 0; zone < 3; ++zone) {
-    Rgba weighted = c;
-    for (double& value : weighted) value *= weights[zone];
-    const Rgba corrected = CorrectInZone(s, zone, weighted);
-    for (std::size_t i = 0; i < 4; ++i) sum[i] += corrected[i];
+  for (std::size_t zone = 0; zone < mZones.size(); ++zone) {
+    for (std::size_t channel = 0; channel < 4; ++channel) {
+      for (std::size_t i = 0; i < 4; ++i) sum[i] += weights[zone] * c[channel] * mZones[zone][channel][i];
+    }
   }
   return sum;
 }
 
-double SumOfCoefficients(const CorrectionSettings& s) {
+double CorrectionModel::SumOfCoefficients() const {
   Rgba sums{};
-  for (std::size_t input = 0; input < 4; ++input) {
-    Rgba unit{};
-    unit[input] = 1;
-    for (std::size_t zone = 0; zone < (UsesZones(s) ? 3U : 1U); ++zone) {
-      const Rgba result = UsesZones(s) ? CorrectInZone(s, zone, unit)
-                                       : CorrectZone(s.zones[0], ApplyPoints(s, unit), s.negative);
-      for (std::size_t i = 0; i < 4; ++i) sums[i] += std::abs(result[i]);
+  for (const auto& zone : mZones) {
+    for (const Rgba& channel : zone) {
+      for (std::size_t i = 0; i < 4; ++i) sums[i] += std::abs(channel[i]);
     }
   }
   return *std::max_element(sums.begin(), sums.end());
 }
+
+Rgba CorrectColour(const CorrectionSettings& s, const Rgba& colour) {
+  return CorrectionModel(s).Correct(colour);
+}
+
+double SumOfCoefficients(const CorrectionSettings& s) { return CorrectionModel(s).SumOfCoefficients(); }
 
 double CorrectionTolerance(const CorrectionSettings& s) {
   return 1.0 / 255 + std::ldexp(SumOfCoefficients(s), -20);

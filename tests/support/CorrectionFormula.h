@@ -4,6 +4,7 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 #include "fp/RFpCC.h"
 
@@ -52,11 +53,25 @@ std::array<CurveLine, 3> CurveLines(double gamma, double midPoint);
 /// The weights of shadows, midtones and highlights for a colour.
 std::array<double, 3> ZoneWeights(const CorrectionSettings& settings, const Rgba& colour);
 
+/// The formula for one set of settings. What is done to a colour is linear, so it is done once to each
+/// channel by itself.
+class CorrectionModel {
+ public:
+  explicit CorrectionModel(const CorrectionSettings& settings);
+
+  /// Corrects a colour, 0 to 1, before the result is clamped.
+  Rgba Correct(const Rgba& colour) const;
+  /// Returns the largest sum of the absolute contributions of red, green, blue and alpha to a channel, all
+  /// zones together: by it a rounding error of the inputs or the coefficients can grow.
+  double SumOfCoefficients() const;
+
+ private:
+  CorrectionSettings mSettings;
+  std::vector<std::array<Rgba, 4>> mZones;  // one zone when that is enough; by input channel
+};
+
 /// Corrects a colour, 0 to 1, before the result is clamped.
 Rgba CorrectColour(const CorrectionSettings& settings, const Rgba& colour);
-
-/// Returns the largest sum of the absolute contributions of red, green, blue and alpha to a channel, all
-/// zones together: by it a rounding error of the inputs or the coefficients can grow.
 double SumOfCoefficients(const CorrectionSettings& settings);
 
 /// Returns the largest difference, 0 to 1, by which an 8-bit result may differ from the formula.

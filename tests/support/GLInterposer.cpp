@@ -4,12 +4,12 @@
 #include <GL/gl.h>
 #include <GL/glext.h>
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <mutex>
@@ -19,6 +19,7 @@
 #include <type_traits>
 
 #include "support/GLEnumNames.h"
+#include "support/shim/GLShim.h"
 
 namespace test {
 
@@ -69,7 +70,8 @@ void* Target(std::size_t index) {
   if (void* replacement = gReplacements[index].load(std::memory_order_acquire)) return replacement;
   void* driver = gDriver[index].load(std::memory_order_relaxed);
   if (driver) return driver;
-  driver = DriverEntryPoint(kEntryPoints[index].name.data());
+  driver = shim::EntryPoint(kEntryPoints[index].name);
+  if (!driver) driver = DriverEntryPoint(kEntryPoints[index].name.data());
   if (!driver) {
     std::fprintf(stderr, "no driver has %s\n", kEntryPoints[index].name.data());
     std::abort();
@@ -326,13 +328,7 @@ GLErrorCapture* gCapture = nullptr;
 void GLAPIENTRY OnDebugMessage(GLenum, GLenum type, GLuint, GLenum, GLsizei length, const GLchar* message,
                                const void*) {
   if (type != GL_DEBUG_TYPE_ERROR && type != GL_DEBUG_TYPE_UNDEFINED_BEHAVIOR) return;
-  std::string text(message, static_cast<std::size_t>(length));
-  const std::lock_guard lock(gCaptureMutex);
-  if (gCapture) {
-    gCapture->Add(std::move(text));
-  } else {
-    ADD_FAILURE() << "OpenGL error: " << text;
-  }
+  ReportDriverError(std::string(message, static_cast<std::size_t>(length)));
 }
 
 /// Makes the driver report errors of the context that has just been made current.
@@ -367,8 +363,27 @@ void* DriverEntryPoint(const char* name) {
 
 void ReplaceEntryPoint(std::string_view name, void* function) {
   const std::size_t index = FindEntryPoint(name);
-  ASSERT_LT(index, kEntryPoints.size()) << name << " is not in the list of entry points";
+  if (index >= kEntryPoints.size()) {
+    FailWith(std::string(name) + " is not in the list of entry points");
+    return;
+  }
   gReplacements[index].store(function, std::memory_order_release);
+}
+
+void ReportDriverError(std::string message) {
+  const std::lock_guard lock(gCaptureMutex);
+  if (gCapture)
+    gCapture->Add(std::move(message));
+  else
+    FailWith("OpenGL error: " + message);
+}
+
+void* CurrentContextHandle() {
+  using Current = void*();
+  static auto* const glx = reinterpret_cast<Current*>(Next("glXGetCurrentContext"));
+  if (void* const context = glx ? glx() : nullptr) return context;
+  static auto* const egl = reinterpret_cast<Current*>(NextInEGL("eglGetCurrentContext"));
+  return egl ? egl() : nullptr;
 }
 
 GLRecorder::GLRecorder() : mOuter(tRecorder) { tRecorder = this; }
@@ -521,6 +536,20 @@ unsigned eglMakeCurrent(void* display, void* draw, void* read, void* context) {
   const unsigned made = next(display, draw, read, context);
   if (made && context) test::WatchCurrentContext();
   return made;
+}
+
+void glXDestroyContext(void* display, void* context) {
+  using Destroy = void(void*, void*);
+  static auto* next = reinterpret_cast<Destroy*>(test::Next("glXDestroyContext"));
+  test::shim::ForgetContext(context);
+  next(display, context);
+}
+
+unsigned eglDestroyContext(void* display, void* context) {
+  using Destroy = unsigned(void*, void*);
+  static auto* next = reinterpret_cast<Destroy*>(test::NextInEGL("eglDestroyContext"));
+  test::shim::ForgetContext(context);
+  return next(display, context);
 }
 
 }  // extern "C"

@@ -11,13 +11,22 @@
 
 namespace test {
 
-/// Returns the driver's function, or null when there is none. Calls to it are not recorded.
+/// Returns the driver's function, or null when there is none. Calls to it are neither recorded nor carried
+/// out by a driver shim.
 void* DriverEntryPoint(const char* name);
 
 template <class Function>
 Function* DriverEntryPoint(const char* name) {
   return reinterpret_cast<Function*>(DriverEntryPoint(name));
 }
+
+/// Reports an error of the driver: it goes to the captures, or fails the test.
+void ReportDriverError(std::string message);
+/// Fails the test, or tells the user where there is no test.
+void FailWith(const std::string& message);
+
+/// Returns what identifies the context that is current on this thread, or null.
+void* CurrentContextHandle();
 
 /// Lets `name`, which must be in the list of entry points, be carried out by `function` in place of the
 /// driver; null gives it back to the driver. The signature must be the entry point's.

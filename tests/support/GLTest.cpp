@@ -113,6 +113,8 @@ std::size_t Bytes(int width, int height, int depth, GLenum format) {
 
 }  // namespace
 
+void FailWith(const std::string& message) { ADD_FAILURE() << message; }
+
 std::string WhyNotCompatible() {
   const auto* version = reinterpret_cast<const char*>(DRIVER(glGetString)(GL_VERSION));
   if (!QOpenGLContext::currentContext() || !version) return "no context is current";

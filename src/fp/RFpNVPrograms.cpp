@@ -1,0 +1,48 @@
+#include "fp/RFpNVPrograms.h"
+
+#include <QOpenGLContext>
+#include <string>
+
+#include "fp/RFpEntryPoints.h"
+
+bool RFpNVResolver::Resolve(QOpenGLExtension_NV_vertex_program& functions) {
+  if (!mProgramsResolved) {
+    mProgramsResolved = true;
+    mProgramsContext = QOpenGLContext::currentContext();
+    const RFpEntryPoints& entryPoints = RFpEntryPoints::Get();
+    (void)(entryPoints.ResolveTo("glLoadProgramNV", functions.glLoadProgramNV) &&
+           entryPoints.ResolveTo("glGenProgramsNV", functions.glGenProgramsNV) &&
+           entryPoints.ResolveTo("glDeleteProgramsNV", functions.glDeleteProgramsNV) &&
+           entryPoints.ResolveTo("glBindProgramNV", functions.glBindProgramNV));
+  }
+  return mProgramsContext && functions.glBindProgramNV;
+}
+
+bool RFpNVResolver::Resolve(QOpenGLExtension_NV_fragment_program& functions) {
+  if (!mParametersResolved) {
+    mParametersResolved = true;
+    mParametersContext = QOpenGLContext::currentContext();
+    RFpEntryPoints::Get().ResolveTo("glProgramNamedParameter4fNV", functions.glProgramNamedParameter4fNV);
+  }
+  return mParametersContext && functions.glProgramNamedParameter4fNV;
+}
+
+RFpNVPrograms::RFpNVPrograms(const QOpenGLExtension_NV_vertex_program& functions,
+                             std::span<const std::string_view> instructions)
+    : mFunctions(functions) {
+  if (!functions.glBindProgramNV) return;
+  mNames.resize(instructions.size());
+  functions.glGenProgramsNV(static_cast<GLsizei>(mNames.size()), mNames.data());
+  for (std::size_t i = 0; i < mNames.size(); ++i) {
+    const std::string text = std::string(kFpNVProgramHeader).append(instructions[i]);
+    // Errors before the load are somebody else's, those of the load show when the program is drawn with.
+    glGetError();
+    functions.glLoadProgramNV(GL_FRAGMENT_PROGRAM_NV, mNames[i], static_cast<GLsizei>(text.size()),
+                              reinterpret_cast<const GLubyte*>(text.data()));
+    glGetError();
+  }
+}
+
+RFpNVPrograms::~RFpNVPrograms() {
+  if (!mNames.empty()) mFunctions.glDeleteProgramsNV(static_cast<GLsizei>(mNames.size()), mNames.data());
+}

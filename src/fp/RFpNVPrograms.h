@@ -1,0 +1,50 @@
+// Ownership of NVIDIA fragment programs.
+#pragma once
+
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "rgl/QOpenGLExtension_NV_fragment_program.h"
+#include "rgl/QOpenGLExtension_NV_vertex_program.h"
+
+class QOpenGLContext;
+
+/// The first line of a fragment program, which goes before its instructions.
+inline constexpr std::string_view kFpNVProgramHeader = "!!FP1.0\n";
+
+/// Looks up the entry points of fragment programs, each group once, on the context that is current then.
+class RFpNVResolver {
+ public:
+  /// Looks up each function only when the one before was found; returns whether all were.
+  bool Resolve(QOpenGLExtension_NV_vertex_program& functions);
+  bool Resolve(QOpenGLExtension_NV_fragment_program& functions);
+
+ private:
+  bool mProgramsResolved = false;
+  bool mParametersResolved = false;
+  const QOpenGLContext* mProgramsContext = nullptr;
+  const QOpenGLContext* mParametersContext = nullptr;
+};
+
+/// Programs loaded from their instructions, in order; released with their functions on whatever context is
+/// current then. A program that the driver refuses leaves its name without effect.
+class RFpNVPrograms {
+ public:
+  /// `functions` is borrowed and must outlive the object; null functions make no programs.
+  RFpNVPrograms(const QOpenGLExtension_NV_vertex_program& functions,
+                std::span<const std::string_view> instructions);
+  ~RFpNVPrograms();
+  RFpNVPrograms(const RFpNVPrograms&) = delete;
+  RFpNVPrograms& operator=(const RFpNVPrograms&) = delete;
+
+  /// Returns the name of program `index`, or 0 when there is none.
+  GLuint GetName(std::size_t index) const { return index < mNames.size() ? mNames[index] : 0; }
+
+ private:
+  const QOpenGLExtension_NV_vertex_program& mFunctions;
+  std::vector<GLuint> mNames;
+};
