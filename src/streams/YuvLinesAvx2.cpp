@@ -18,9 +18,13 @@
 
 namespace {
 
+// What the loops call twice must be part of them all the same: a call would load every constant anew.
+#define YUV_IN_LOOP [[gnu::always_inline]] inline
+
 constexpr std::size_t kBlock = 16;  // pixels
 constexpr std::size_t kBlocks = kYuvWidth / kBlock;
-static_assert(kBlocks * kBlock == kYuvWidth);
+constexpr std::size_t kLast = kBlocks - 1;  // the others go in pairs
+static_assert(kBlocks * kBlock == kYuvWidth && kLast % 2 == 0);
 
 __m256i Load(const unsigned char* from) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)); }
 __m256i Words(int value) { return _mm256_set1_epi16(static_cast<short>(value)); }
@@ -55,27 +59,32 @@ class Times250 {
 // The words of a line that the defined arithmetic has to look at.
 class Suspects {
  public:
-  // Takes the words of a block that are all ones. Blocks without one cost no branch.
-  void Add(std::size_t block, __m256i words) {
-    const auto mask = static_cast<std::uint32_t>(_mm256_movemask_epi8(words)) & 0x55555555;
+  // Takes the words of a block, and of the one behind it, that are all ones. Where there are none, that costs
+  // no branch.
+  void Add(std::size_t block, __m256i words, __m256i next = _mm256_setzero_si256()) {
+    const auto mask = static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_packs_epi16(words, next)));
     mBlock[mCount] = block;
     mMask[mCount] = mask;
     mCount += mask != 0;
   }
-  // Gives the block and the number within it, 0 to 15, of each word to `visit`.
+  // Gives the block and the number within it, 0 to 15, of each word to `visit`. Packing has put the first 8
+  // words of both blocks before their second 8.
   template <class Visit>
   void ForEach(Visit visit) const {
     for (std::size_t i = 0; i < mCount; ++i) {
       for (std::uint32_t mask = mMask[i]; mask != 0; mask &= mask - 1) {
-        visit(mBlock[i], static_cast<std::size_t>(__builtin_ctz(mask)) / 2);
+        const auto bit = static_cast<std::size_t>(__builtin_ctz(mask));
+        visit(mBlock[i] + bit / 8 % 2, bit / 16 * 8 + bit % 8);
       }
     }
   }
 
  private:
+  static constexpr std::size_t kMost = (kBlocks + 1) / 2;
+
   std::size_t mCount = 0;
-  std::size_t mBlock[kBlocks];
-  std::uint32_t mMask[kBlocks];
+  std::size_t mBlock[kMost];
+  std::uint32_t mMask[kMost];
 };
 
 // --- From components to pixels
@@ -136,7 +145,8 @@ void StorePixels(__m256i first, __m256i second, __m256i third, unsigned char* pi
 
 // Converts a block whose components, and those two pixels further on, are given. Returns the words, in packed
 // order, that may be one too low.
-__m256i ConvertBlock(__m256i components, __m256i next, const Times250& times250, unsigned char* pixels) {
+YUV_IN_LOOP __m256i ConvertBlock(__m256i components, __m256i next, const Times250& times250,
+                                 unsigned char* pixels) {
   const EvenOdd luma = Luma(components);
   const EvenOdd chroma = Chroma(components, next);
   const __m256i m[3] = {Channel<1>(luma, chroma, Pairs(0, 1009)), Channel<2>(luma, chroma, Pairs(-813, -391)),
@@ -155,14 +165,17 @@ void ToPixels(const unsigned char* line, unsigned char* pixels) {
   const Times250 times250;
   Suspects suspects;
   const auto convert = [&](std::size_t block, __m256i components, __m256i next) {
-    suspects.Add(block, ConvertBlock(components, next, times250, pixels + 3 * kBlock * block));
+    return ConvertBlock(components, next, times250, pixels + 3 * kBlock * block);
   };
-  const auto at = [&](std::size_t block) { return line + 2 * kBlock * block; };
-  for (std::size_t i = 0; i < kBlocks - 1; ++i) convert(i, Load(at(i)), Load(at(i) + 4));
+  const auto convertInside = [&](std::size_t block) {
+    const unsigned char* from = line + 2 * kBlock * block;
+    return convert(block, Load(from), Load(from + 4));
+  };
+  for (std::size_t i = 0; i < kLast; i += 2) suspects.Add(i, convertInside(i), convertInside(i + 1));
   // Behind the last pair there is none: its own chroma stands in.
-  const __m256i last = Load(at(kBlocks - 1));
+  const __m256i last = Load(line + 2 * kBlock * kLast);
   const __m256i order = _mm256_setr_epi32(1, 2, 3, 4, 5, 6, 7, 7);
-  convert(kBlocks - 1, last, _mm256_permutevar8x32_epi32(last, order));
+  suspects.Add(kLast, convert(kLast, last, _mm256_permutevar8x32_epi32(last, order)));
   suspects.ForEach([&](std::size_t block, std::size_t word) {
     YuvToPixelOf(line, kBlock * block + kPackedPixel[word], pixels);
   });
@@ -205,7 +218,7 @@ __m256i SuspectQuotients(__m256i quotient, __m256i mPlusOne, int exact, const Ti
 }
 
 // Converts the 16 pixels at `pixels` to 32 bytes at `line`. Returns the words that may be one too high.
-__m256i ConvertBlock(const unsigned char* pixels, const Times250& times250, unsigned char* line) {
+YUV_IN_LOOP __m256i ConvertBlock(const unsigned char* pixels, const Times250& times250, unsigned char* line) {
   const PixelWords a = LoadPixels(pixels, pixels + 24);  // pixels 0-3 and 8-11
   const PixelWords b = LoadPixels(pixels + 12, pixels + 36);
   const PixelWords even = {Even(a.redGreen, b.redGreen), Even(a.blueFour, b.blueFour)};
@@ -226,11 +239,15 @@ void ToLine(const unsigned char* pixels, unsigned char* line) {
   Suspects suspects;
   // The last loads of a block reach 4 bytes past it, which the last block of the row does not have.
   unsigned char tail[3 * kBlock + 16] = {};
-  __builtin_memcpy(tail, pixels + 3 * kBlock * (kBlocks - 1), 3 * kBlock);
-  for (std::size_t i = 0; i < kBlocks; ++i) {
-    const unsigned char* block = i + 1 < kBlocks ? pixels + 3 * kBlock * i : tail;
-    suspects.Add(i, ConvertBlock(block, times250, line + 2 * kBlock * i));
+  __builtin_memcpy(tail, pixels + 3 * kBlock * kLast, 3 * kBlock);
+  const auto convert = [&](std::size_t block, const unsigned char* from) {
+    return ConvertBlock(from, times250, line + 2 * kBlock * block);
+  };
+  const auto at = [&](std::size_t block) { return pixels + 3 * kBlock * block; };
+  for (std::size_t i = 0; i < kLast; i += 2) {
+    suspects.Add(i, convert(i, at(i)), convert(i + 1, at(i + 1)));
   }
+  suspects.Add(kLast, convert(kLast, tail));
   suspects.ForEach([&](std::size_t block, std::size_t word) {
     const std::size_t first = kBlock * block + (word & ~std::size_t{1});
     YuvFromPixelOf(pixels, first, line);
