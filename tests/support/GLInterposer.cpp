@@ -465,19 +465,6 @@ GLErrorCapture::~GLErrorCapture() {
 #include "support/GLEntryPoints.inc"
 #undef GL_ENTRY
 
-// Drivers stay loaded until the leak check, which could not name their functions otherwise: what they keep
-// per process is listed in tests/lsan.supp by library.
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define RIMAGE_LEAK_CHECK
-#endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define RIMAGE_LEAK_CHECK
-#endif
-#ifdef RIMAGE_LEAK_CHECK
-extern "C" int dlclose(void* /*library*/) noexcept { return 0; }
-#endif
-
 // Qt and others ask for addresses here, and make contexts current here.
 extern "C" {
 

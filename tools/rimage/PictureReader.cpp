@@ -56,9 +56,11 @@ QtDescription Describe(const std::string& path) {
   QtDescription description;
   description.handler = reader.format();
   if (description.handler.isEmpty()) return description;
-  description.format = reader.imageFormat();
-  description.orientation = reader.transformation();
   description.size = reader.size();
+  description.orientation = reader.transformation();
+  // Where the header cannot be read, Qt's JPEG reader hands out a format that it never set.
+  const bool broken = reader.supportsOption(QImageIOHandler::Size) && !description.size.isValid();
+  if (!broken) description.format = reader.imageFormat();
   return description;
 }
 
