@@ -9,8 +9,6 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include <QGuiApplication>
-#include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QOpenGLFramebufferObject>
 #include <QOpenGLFunctions>
@@ -23,7 +21,7 @@
 #include <string>
 #include <vector>
 
-#include "Gpu.h"
+#include "GLDriver.h"
 #include "dds/RDDSDecoder.h"
 #include "dds/RImageStreamDDS.h"
 #include "image/RDestroyPtr.h"
@@ -32,52 +30,14 @@
 
 namespace {
 
+using bench::Begin;
+using bench::TheDriver;
 using Bytes = std::vector<unsigned char>;
 using ImagePtr = RDestroyPtr<RImage>;
 
 // Powers of two, so that the texture has the picture's size and comes back without a change of size.
 constexpr int kWidth = 2048;
 constexpr int kHeight = 1024;
-
-/// The display, the application and the context of the run.
-class Driver {
- public:
-  Driver() : mGpu(GpuMode::kAuto) {
-    if (!mGpu.IsUsable()) return;
-    // The stream's contexts are made after this one's likeness.
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
-    mApplication = std::make_unique<QGuiApplication>(mCount, mArguments.data());
-    mSurface = std::make_unique<QOffscreenSurface>();
-    mContext = std::make_unique<QOpenGLContext>();
-    mSurface->create();
-    mIsReady = mContext->create() && MakeCurrent();
-  }
-  bool IsReady() const { return mIsReady; }
-  bool MakeCurrent() { return mContext->makeCurrent(mSurface.get()); }
-  std::string Reason() const { return mGpu.IsUsable() ? "no OpenGL context" : mGpu.Reason(); }
-
- private:
-  Gpu mGpu;
-  std::array<char, 6> mName{'b', 'e', 'n', 'c', 'h', '\0'};
-  int mCount = 1;
-  std::array<char*, 2> mArguments{mName.data(), nullptr};
-  std::unique_ptr<QGuiApplication> mApplication;
-  std::unique_ptr<QOffscreenSurface> mSurface;
-  std::unique_ptr<QOpenGLContext> mContext;
-  bool mIsReady = false;
-};
-
-// Lives until the process ends: drivers do not like to go after Qt's own statics.
-Driver& TheDriver() {
-  static auto* driver = new Driver;
-  return *driver;
-}
-
-bool Begin(benchmark::State& state) {
-  if (TheDriver().IsReady() && TheDriver().MakeCurrent()) return true;
-  state.SkipWithError(TheDriver().Reason().c_str());
-  return false;
-}
 
 struct Format {
   const char* name;
