@@ -45,6 +45,8 @@ GOALS = [
     (r"DecodeBC7", {"OpenImageIO": 4.0 / 0.70}),
     (r"Flip(DXT1|DXT5|BC5)", {"best": 5.0, "inplace": 0.4}),
     (r"LoadDXT5", {"fread": 1 / 1.2}),
+    (r"ColourMatrix_.*", {"OpenColorIO": 4.0}),
+    (r"ThreeZones_.*", {"best": 3.0}),
 ]
 
 

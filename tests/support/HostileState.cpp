@@ -4,11 +4,14 @@
 #include <GL/gl.h>
 #include <GL/glext.h>
 
+#include <QOpenGLContext>
 #include <array>
 #include <sstream>
+#include <utility>
 
 #include "support/GLEnumNames.h"
 #include "support/GLTest.h"
+#include "support/shim/GLShim.h"
 
 namespace test {
 
@@ -67,6 +70,28 @@ void BindARBProgram(GLenum target, const char* text) {
   DRIVER(glProgramStringARB)
   (target, GL_PROGRAM_FORMAT_ASCII_ARB, static_cast<GLsizei>(std::char_traits<char>::length(text)), text);
   glEnable(target);
+}
+
+bool Advertises(const char* extension) { return QOpenGLContext::currentContext()->hasExtension(extension); }
+
+// What colours fragments in place of the texture environment, of the kind that the driver has.
+void BindATIShader();
+void LoadColorMatrix();
+void EnableFragmentExtension() {
+  if (Advertises("GL_ATI_fragment_shader")) BindATIShader();
+  if (Advertises("GL_NV_fragment_program")) glEnable(GL_FRAGMENT_PROGRAM_NV);
+  if (Advertises("GL_NV_register_combiners")) glEnable(GL_REGISTER_COMBINERS_NV);
+  if (Advertises("GL_SGI_color_matrix")) LoadColorMatrix();
+}
+
+// Everything turns white, alpha included.
+void LoadColorMatrix() {
+  static constexpr GLfloat kNothing[16] = {};
+  glMatrixMode(GL_COLOR);
+  glLoadMatrixf(kNothing);
+  glMatrixMode(GL_MODELVIEW);
+  glPixelTransferf(GL_POST_COLOR_MATRIX_RED_BIAS, 1);
+  glPixelTransferf(GL_POST_COLOR_MATRIX_ALPHA_BIAS, 1);
 }
 
 void BindATIShader() {
@@ -251,7 +276,7 @@ const std::vector<HostileKind>& HostileKinds() {
        [] {
          BindARBProgram(GL_VERTEX_PROGRAM_ARB, "!!ARBvp1.0\nMOV result.position, {0, 0, 0, 1};\nEND\n");
        }},
-      {"FragmentShader", BindATIShader},
+      {"FragmentShader", EnableFragmentExtension},
       {"TextureUnits", EnableTextures},
       {"PixelStore", SetPixelStore},
       {"PixelTransfer", SetPixelTransfer},
@@ -325,15 +350,44 @@ void AppendUnit(std::ostringstream& text, GLenum unit) {
   }
 }
 
+// Asked past the recorder, but not past a driver shim.
+template <class Function>
+Function* Shown(const char* name) {
+  void* const function = shim::EntryPoint(name);
+  return function ? reinterpret_cast<Function*>(function) : Driver<Function>(name);
+}
+
+void AppendExtensions(std::ostringstream& text) {
+  constexpr std::pair<const char*, GLenum> kEnables[] = {
+      {"GL_ATI_fragment_shader", GL_FRAGMENT_SHADER_ATI},
+      {"GL_NV_fragment_program", GL_FRAGMENT_PROGRAM_NV},
+      {"GL_NV_register_combiners", GL_REGISTER_COMBINERS_NV}};
+  for (const auto& [extension, capability] : kEnables) {
+    if (!Advertises(extension)) continue;
+    const GLboolean enabled = Shown<decltype(::glIsEnabled)>("glIsEnabled")(capability);
+    text << GLEnumName(capability) << ": " << int{enabled} << '\n';
+  }
+  if (!Advertises("GL_SGI_color_matrix")) return;
+  auto* const get = Shown<decltype(::glGetFloatv)>("glGetFloatv");
+  std::array<GLfloat, 16> matrix{};
+  get(GL_COLOR_MATRIX, matrix.data());
+  text << "GL_COLOR_MATRIX:";
+  for (const GLfloat value : matrix) text << ' ' << value;
+  GLfloat bias = 0;
+  get(GL_POST_COLOR_MATRIX_RED_BIAS, &bias);
+  text << "\nGL_POST_COLOR_MATRIX_RED_BIAS: " << bias << '\n';
+}
+
 }  // namespace
 
 std::string FullStateText() {
   std::ostringstream text;
   text << GLStateText();
-  for (const GLenum capability : std::initializer_list<GLenum>{
-           GL_RASTERIZER_DISCARD, GL_FRAMEBUFFER_SRGB, GL_FRAGMENT_SHADER_ATI, GL_SAMPLE_ALPHA_TO_COVERAGE}) {
+  for (const GLenum capability : std::initializer_list<GLenum>{GL_RASTERIZER_DISCARD, GL_FRAMEBUFFER_SRGB,
+                                                               GL_SAMPLE_ALPHA_TO_COVERAGE}) {
     text << GLEnumName(capability) << ": " << int{DRIVER(glIsEnabled)(capability)} << '\n';
   }
+  AppendExtensions(text);
   AppendInteger(text, GL_PROGRAM_PIPELINE_BINDING, "pipeline");
   AppendInteger(text, GL_CLAMP_FRAGMENT_COLOR, "clamp fragment");
   AppendInteger(text, GL_CLAMP_VERTEX_COLOR, "clamp vertex");
