@@ -65,10 +65,12 @@ void PlaceChannels(const RDDSInfo& info, RImage& image) {
   }
 }
 
-RDestroyPtr<RImage> ReadDrawn(const std::string& path) {
+RDestroyPtr<RImage> ReadDrawn(const std::string& path, const RDDSInfo& info) {
   const HeldMessages held;
   RDestroyPtr<RImage> image(RImage::ImageFileRead(path.c_str()));
-  if (image && image->Is(RImageDDS::ClassId) && image->GetImageBits()) return image;
+  // The size is compared because the file is read a second time here.
+  const bool isDrawn = image && image->Is(RImageDDS::ClassId) && image->HoldsPixels(1);
+  if (isDrawn && image->GetWidth() == info.width && image->GetHeight() == info.height) return image;
   throw Failure(ExitCode::kRead, path, "the graphics driver cannot draw this texture",
                 "leave out --gpu=require");
 }
@@ -77,7 +79,7 @@ RDestroyPtr<RImage> ReadDrawn(const std::string& path) {
 
 Picture DrawTexture(const std::string& path, const RDDSInfo& info, std::uint64_t maxMemory) {
   CheckMemory(ExitCode::kRead, path, info.width, std::int64_t{info.height} * info.depth, 4, maxMemory);
-  const RDestroyPtr<RImage> drawn = ReadDrawn(path);
+  const RDestroyPtr<RImage> drawn = ReadDrawn(path, info);
   Picture picture = MakeTexturePicture(path, info, info.width, info.height);
   TakeRows(static_cast<RImageDDS&>(*drawn), *picture.image);
   PlaceChannels(info, *picture.image);
