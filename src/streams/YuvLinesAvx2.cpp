@@ -19,7 +19,7 @@
 namespace {
 
 // What the loops call twice must be part of them all the same: a call would load every constant anew.
-#define YUV_IN_LOOP [[gnu::always_inline]] inline
+#define RIMAGE_IN_LOOP [[gnu::always_inline]] inline
 
 constexpr std::size_t kBlock = 16;  // pixels
 constexpr std::size_t kBlocks = kYuvWidth / kBlock;
@@ -145,8 +145,8 @@ void StorePixels(__m256i first, __m256i second, __m256i third, unsigned char* pi
 
 // Converts a block whose components, and those two pixels further on, are given. Returns the words, in packed
 // order, that may be one too low.
-YUV_IN_LOOP __m256i ConvertBlock(__m256i components, __m256i next, const Times250& times250,
-                                 unsigned char* pixels) {
+RIMAGE_IN_LOOP __m256i ConvertBlock(__m256i components, __m256i next, const Times250& times250,
+                                    unsigned char* pixels) {
   const EvenOdd luma = Luma(components);
   const EvenOdd chroma = Chroma(components, next);
   const __m256i m[3] = {Channel<1>(luma, chroma, Pairs(0, 1009)), Channel<2>(luma, chroma, Pairs(-813, -391)),
@@ -218,7 +218,8 @@ __m256i SuspectQuotients(__m256i quotient, __m256i mPlusOne, int exact, const Ti
 }
 
 // Converts the 16 pixels at `pixels` to 32 bytes at `line`. Returns the words that may be one too high.
-YUV_IN_LOOP __m256i ConvertBlock(const unsigned char* pixels, const Times250& times250, unsigned char* line) {
+RIMAGE_IN_LOOP __m256i ConvertBlock(const unsigned char* pixels, const Times250& times250,
+                                    unsigned char* line) {
   const PixelWords a = LoadPixels(pixels, pixels + 24);  // pixels 0-3 and 8-11
   const PixelWords b = LoadPixels(pixels + 12, pixels + 36);
   const PixelWords even = {Even(a.redGreen, b.redGreen), Even(a.blueFour, b.blueFour)};
