@@ -29,9 +29,8 @@ constexpr const char* kZoneNames[3][4] = {
 }  // namespace
 
 RFpCC_NV_fragment_program::RFpCC_NV_fragment_program() {
-  RFpNVResolver resolver;
-  const bool programs = resolver.Resolve(static_cast<QOpenGLExtension_NV_vertex_program&>(*this));
-  const bool parameters = resolver.Resolve(static_cast<QOpenGLExtension_NV_fragment_program&>(*this));
+  const bool programs = RFpResolveNVPrograms(*this);
+  const bool parameters = RFpResolveNVParameters(*this);
   if (programs && parameters) mPrograms = std::make_unique<RFpNVPrograms>(*this, kPrograms);
 }
 

@@ -45,10 +45,11 @@ int RFpCC_default::Bind(RFpContext* context, int, int form) {
   return context && context->target.bits && RFpRgbaRows(context->sources[0]).IsReadable() ? 1 : 0;
 }
 
-void RFpCC_default::Draw(RFpContext* context, int, int form, int width, int height) {
+// In memory one pass does everything, also where a variant draws in several stages.
+void RFpCC_default::Draw(RFpContext* context, int stage, int form, int width, int height) {
   if (!(form & kFormProcessorMask))
     RFpDrawRectangle(context, form, 1, width, height);
-  else if (context)
+  else if (context && stage == 0)
     DrawMemory(*context, width, height);
 }
 

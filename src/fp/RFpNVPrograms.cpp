@@ -1,30 +1,20 @@
 #include "fp/RFpNVPrograms.h"
 
-#include <QOpenGLContext>
 #include <string>
 
 #include "fp/RFpEntryPoints.h"
 
-bool RFpNVResolver::Resolve(QOpenGLExtension_NV_vertex_program& functions) {
-  if (!mProgramsResolved) {
-    mProgramsResolved = true;
-    mProgramsContext = QOpenGLContext::currentContext();
-    const RFpEntryPoints& entryPoints = RFpEntryPoints::Get();
-    (void)(entryPoints.ResolveTo("glLoadProgramNV", functions.glLoadProgramNV) &&
-           entryPoints.ResolveTo("glGenProgramsNV", functions.glGenProgramsNV) &&
-           entryPoints.ResolveTo("glDeleteProgramsNV", functions.glDeleteProgramsNV) &&
-           entryPoints.ResolveTo("glBindProgramNV", functions.glBindProgramNV));
-  }
-  return mProgramsContext && functions.glBindProgramNV;
+bool RFpResolveNVPrograms(QOpenGLExtension_NV_vertex_program& functions) {
+  const RFpEntryPoints& entryPoints = RFpEntryPoints::Get();
+  return entryPoints.ResolveTo("glLoadProgramNV", functions.glLoadProgramNV) &&
+         entryPoints.ResolveTo("glGenProgramsNV", functions.glGenProgramsNV) &&
+         entryPoints.ResolveTo("glDeleteProgramsNV", functions.glDeleteProgramsNV) &&
+         entryPoints.ResolveTo("glBindProgramNV", functions.glBindProgramNV);
 }
 
-bool RFpNVResolver::Resolve(QOpenGLExtension_NV_fragment_program& functions) {
-  if (!mParametersResolved) {
-    mParametersResolved = true;
-    mParametersContext = QOpenGLContext::currentContext();
-    RFpEntryPoints::Get().ResolveTo("glProgramNamedParameter4fNV", functions.glProgramNamedParameter4fNV);
-  }
-  return mParametersContext && functions.glProgramNamedParameter4fNV;
+bool RFpResolveNVParameters(QOpenGLExtension_NV_fragment_program& functions) {
+  return RFpEntryPoints::Get().ResolveTo("glProgramNamedParameter4fNV",
+                                         functions.glProgramNamedParameter4fNV);
 }
 
 RFpNVPrograms::RFpNVPrograms(const QOpenGLExtension_NV_vertex_program& functions,

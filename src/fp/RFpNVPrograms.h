@@ -11,24 +11,13 @@
 #include "rgl/QOpenGLExtension_NV_fragment_program.h"
 #include "rgl/QOpenGLExtension_NV_vertex_program.h"
 
-class QOpenGLContext;
-
 /// The first line of a fragment program, which goes before its instructions.
 inline constexpr std::string_view kFpNVProgramHeader = "!!FP1.0\n";
 
-/// Looks up the entry points of fragment programs, each group once, on the context that is current then.
-class RFpNVResolver {
- public:
-  /// Looks up each function only when the one before was found; returns whether all were.
-  bool Resolve(QOpenGLExtension_NV_vertex_program& functions);
-  bool Resolve(QOpenGLExtension_NV_fragment_program& functions);
-
- private:
-  bool mProgramsResolved = false;
-  bool mParametersResolved = false;
-  const QOpenGLContext* mProgramsContext = nullptr;
-  const QOpenGLContext* mParametersContext = nullptr;
-};
+/// Look up entry points in the current context, each only when the one before was found; return whether all
+/// were.
+bool RFpResolveNVPrograms(QOpenGLExtension_NV_vertex_program& functions);
+bool RFpResolveNVParameters(QOpenGLExtension_NV_fragment_program& functions);
 
 /// Programs loaded from their instructions, in order; released with their functions on whatever context is
 /// current then. A program that the driver refuses leaves its name without effect.

@@ -193,6 +193,22 @@ TEST(RFpCC_default, ASmallerSourceIsNotReadBeyondItsEnd) {
   EXPECT_EQ(target.At(0, 2)[0], 0xEE);
 }
 
+// Variants draw in stages, of which the processor needs only the first.
+TEST(RFpCC_default, LaterStagesLeaveTheResultAsItIs) {
+  Memory source(4, 4, 0);
+  Memory target(4, 4, 0);
+  FillNoise(source, 5);
+  RFpContext context;
+  context.sources[0] = source.pixels;
+  context.target = target.pixels;
+  RFpCC_default node;
+  for (const int stage : {1, 2}) {
+    ASSERT_EQ(node.Bind(&context, stage, 0x40000), 1);
+    node.Draw(&context, stage, 0x40000, 4, 4);
+  }
+  EXPECT_EQ(target.bytes, std::vector<unsigned char>(64, 0xEE));
+}
+
 // The picture changes with every setting: none is forgotten by the composition.
 TEST(RFpCC_default, AChangeShowsInTheNextDraw) {
   Memory source(64, 1, 0);

@@ -149,7 +149,7 @@ RImOpCCBackEndTest::Differences RImOpCCBackEndTest::Compare(ProbeCC& op, const P
   }
   found.ofTolerance = found.largest / tolerance;
   EXPECT_LE(found.largest, tolerance)
-      << Describe(settings) << "heat map: " << WriteHeatMap(input, differences, tolerance, "correction_heat");
+      << Describe(settings) << "heat map: " << WriteHeatMap(input, differences, tolerance, "correction_heat_" + shim::Name());
   return found;
 }
 
@@ -177,6 +177,75 @@ TEST_F(RImOpCCBackEndTest, DrawsTheFormulaOverRandomSettings) {
     std::printf("%-22s %-22s %6.3f/255 %13.0f%%\n", GetBackEnd().name, NameOf(family), worst.largest * 255,
                 worst.ofTolerance * 100);
   }
+}
+
+// Memory is corrected in memory, but by the colour matrix, which takes it as it is.
+TEST_F(RImOpCCBackEndTest, PicturesInMemory) {
+  for (const bool zones : {false, true}) {
+    const auto op = Make<ProbeCC>("correct");
+    const Picture input = Input({37, 23});
+    PutImage(*op, 0, ToImage(input));
+    op->TransparencySet(true);
+    op->ContrastSet(1.5);
+    if (zones) op->ShadowHueSet(90);
+    const GLRecorder calls;
+    RFpContext context;
+    ASSERT_NE(op->ReadLock(&context, kFormTextureMask), 0);
+    const bool transfers = shim::Name() == "sgi" && !zones;
+    EXPECT_EQ(calls.Count("glDrawPixels"), transfers ? 1 : 0);
+    EXPECT_EQ(NoneDrew(calls), !transfers) << calls.Text();
+    const Picture result = FromTexture(*op->GetPlugImage(0, RImageOperator::kPlugOutput), 37, 23);
+    const CorrectionSettings settings = ReadFrom(op->Node());
+    for (std::size_t i = 0; i < input.bytes.size(); i += 4) {
+      Rgba colour{};
+      for (std::size_t c = 0; c < 4; ++c) colour[c] = input.bytes[i + c] / 255.0;
+      const Rgba expected = CorrectColour(settings, colour);
+      for (std::size_t c = 0; c < 4; ++c)
+        ASSERT_NEAR(result.bytes[i + c] / 255.0, std::clamp(expected[c], 0.0, 1.0),
+                    CorrectionTolerance(settings));
+    }
+  }
+}
+
+// An operator behind another, both with zones: the inner evaluation must not disturb what the outer adds up.
+TEST_F(RImOpCCBackEndTest, ChainsOfOperators) {
+  const Picture input = Input({100, 60});
+  const auto first = Make<ProbeCC>("first");
+  const auto second = Make<ProbeCC>("second");
+  PutImage(*first, 0, ToImage(input));
+  second->SetPlugInputOperator(0, RImageOperator::kPlugInput, first.get());
+  for (ProbeCC* const op : {first.get(), second.get()}) op->TransparencySet(true);
+  first->ShadowHueSet(120);
+  first->HighlightContrastSet(0.5);
+  second->GammaSet(1.5);
+  second->MidSaturationSet(2);
+  const Picture result = Evaluate(*second);
+  const CorrectionSettings settings = ReadFrom(second->Node());
+  const CorrectionModel one(ReadFrom(first->Node()));
+  const CorrectionModel two(settings);
+  // What lies between is rounded to 8 bits, by which the second one's result can move.
+  const double tolerance = CorrectionTolerance(settings) + two.SumOfCoefficients() * 0.51 / 255;
+  for (std::size_t i = 0; i < input.bytes.size(); i += 4) {
+    Rgba colour{};
+    for (std::size_t c = 0; c < 4; ++c) colour[c] = input.bytes[i + c] / 255.0;
+    colour = one.Correct(colour);
+    for (double& value : colour) value = std::clamp(value, 0.0, 1.0);
+    const Rgba expected = two.Correct(colour);
+    for (std::size_t c = 0; c < 4; ++c)
+      ASSERT_NEAR(result.bytes[i + c] / 255.0, std::clamp(expected[c], 0.0, 1.0), tolerance) << i / 4;
+  }
+}
+
+TEST(HeatMap, ShowsWhatIsTooLargeInRed) {
+  const Picture picture{2, 2, std::vector<unsigned char>(16)};
+  const std::string path = WriteHeatMap(picture, {0, 0.5, 1, 1.5}, 1, "heat_map_test_" + shim::Name());
+  const QImage image(QString::fromStdString(path));
+  ASSERT_EQ(image.size(), QSize(2, 2)) << path;
+  EXPECT_EQ(image.pixel(0, 1), qRgb(0, 0, 0)) << "the bottom row comes first";
+  EXPECT_EQ(image.pixel(1, 1), qRgb(127, 127, 127));
+  EXPECT_EQ(image.pixel(0, 0), qRgb(255, 255, 255));
+  EXPECT_EQ(image.pixel(1, 0), qRgb(255, 0, 0));
+  std::filesystem::remove(path);
 }
 
 }  // namespace
