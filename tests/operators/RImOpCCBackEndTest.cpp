@@ -149,7 +149,8 @@ RImOpCCBackEndTest::Differences RImOpCCBackEndTest::Compare(ProbeCC& op, const P
   }
   found.ofTolerance = found.largest / tolerance;
   EXPECT_LE(found.largest, tolerance)
-      << Describe(settings) << "heat map: " << WriteHeatMap(input, differences, tolerance, "correction_heat_" + shim::Name());
+      << Describe(settings)
+      << "heat map: " << WriteHeatMap(input, differences, tolerance, "correction_heat_" + shim::Name());
   return found;
 }
 
