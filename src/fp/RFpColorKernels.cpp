@@ -31,7 +31,7 @@ void ApplyMatrix(unsigned char* destination, const unsigned char* source, std::s
     const unsigned char alpha = opaque ? 255 : source[i + 3];
     for (std::size_t c = 0; c < 3; ++c) {
       const Row& row = matrix.rows[c];
-      destination[i + c] = ToByte(Sum(row, red, green, blue, row[3] * alpha));
+      destination[i + c] = ToByte(Sum(row, red, green, blue, row[3] * static_cast<float>(alpha)));
     }
     destination[i + 3] = alpha;
   }
@@ -50,7 +50,7 @@ void ApplyZones(unsigned char* destination, const unsigned char* source, std::si
     const float highlight = Weight(luminance + zones.highlightBase);
     for (std::size_t c = 0; c < 3; ++c) {
       const auto sum = [&](const RFpMatrixRows& matrix) {
-        return Sum(matrix.rows[c], red, green, blue, matrix.rows[c][3] * alpha);
+        return Sum(matrix.rows[c], red, green, blue, matrix.rows[c][3] * static_cast<float>(alpha));
       };
       const float value =
           sum(zones.midtones) + shadow * sum(zones.shadows) + highlight * sum(zones.highlights);
@@ -79,12 +79,13 @@ RFpMatrixRows::RFpMatrixRows(const RFpColorMatrix& matrix) {
 
 // A pixel's bytes are 255 times the numbers that the weights are for. The highlights' weight is
 // 1 - (1 - colour) x luminance.
-RFpZoneRows::RFpZoneRows(const std::array<RFpColorMatrix, 3>& matrices, const std::array<float, 4>& over)
+RFpZoneRows::RFpZoneRows(const std::array<RFpColorMatrix, 3>& matrices,
+                         const std::array<float, 4>& overMidPoint)
     : midtones(matrices[1]),
       shadows(Difference(matrices[0], matrices[1])),
       highlights(Difference(matrices[2], matrices[1])),
-      luminance{over[0] / 255.0F, over[1] / 255.0F, over[2] / 255.0F},
-      highlightBase(1.0F - (over[0] + over[1] + over[2])) {}
+      luminance{overMidPoint[0] / 255.0F, overMidPoint[1] / 255.0F, overMidPoint[2] / 255.0F},
+      highlightBase(1.0F - (overMidPoint[0] + overMidPoint[1] + overMidPoint[2])) {}
 
 const RFpColorKernels kPlainColorKernels = {.applyMatrix = ApplyMatrix, .applyZones = ApplyZones};
 

@@ -18,8 +18,8 @@ struct RFpMatrixRows {
 /// the weights of shadows and highlights, what their matrices differ from it.
 struct RFpZoneRows {
   RFpZoneRows() = default;
-  /// `luminance` is the vector whose product with a colour is the luminance over the mid point.
-  RFpZoneRows(const std::array<RFpColorMatrix, 3>& matrices, const std::array<float, 4>& luminance);
+  /// `overMidPoint` is the vector whose product with a colour is the luminance over the mid point.
+  RFpZoneRows(const std::array<RFpColorMatrix, 3>& matrices, const std::array<float, 4>& overMidPoint);
 
   RFpMatrixRows midtones;
   RFpMatrixRows shadows;     ///< less the midtones

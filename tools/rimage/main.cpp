@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "DriverShim.h"
 #include "OutputFile.h"
 #include "Suggestion.h"
 
@@ -56,6 +57,7 @@ ExitCode Run(int argc, char** argv) {
       "4 writing failed, 5 OpenGL is required and there is none, 130 interrupted.\n"
       "rimage SUBCOMMAND --help tells the options of one.");
   app.allow_extras();
+  AddDriverShimOption(app, argv);
   // One sub-command at most: after it, the names of others are file names.
   app.require_subcommand(0, 1);
   const std::vector<Command> commands = {AddFormatsCommand(app), AddInfoCommand(app),  AddConvertCommand(app),

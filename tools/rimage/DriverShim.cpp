@@ -1,0 +1,54 @@
+#include "DriverShim.h"
+
+#ifdef RIMAGE_GL_SHIM_LIBRARY
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+
+#include "Failure.h"
+
+namespace {
+
+constexpr const char* kNameVariable = "RIMAGE_GL_SHIM";
+constexpr const char* kPreloadVariable = "LD_PRELOAD";
+const std::vector<std::string>& Names() {
+  static const std::vector<std::string> kNames = {"nv", "rc", "ati", "sgi", "plain"};
+  return kNames;
+}
+
+std::string Environment(const char* name) {
+  const char* const value = std::getenv(name);
+  return value ? value : "";
+}
+
+void StartWith(const std::string& name, char** arguments) {
+  if (Environment(kNameVariable) == name) {
+    // Loaded. The programs that the tool starts do without.
+    unsetenv(kPreloadVariable);
+    return;
+  }
+  setenv(kNameVariable, name.c_str(), 1);
+  setenv(kPreloadVariable, RIMAGE_GL_SHIM_LIBRARY, 1);
+  execv("/proc/self/exe", arguments);
+  throw Failure(ExitCode::kNoGpu, "--gl-shim", ErrorText(errno));
+}
+
+}  // namespace
+
+void AddDriverShimOption(CLI::App& app, char** arguments) {
+  app.add_option_function<std::string>(
+         "--gl-shim", [arguments](const std::string& name) { StartWith(name, arguments); },
+         "Play an OpenGL driver with other extensions, for development: nv (fragment programs),\n"
+         "rc (register combiners), ati (fragment shaders), sgi (colour matrix) or plain (none)")
+      ->check(CLI::IsMember(Names()))
+      ->type_name("NAME");
+}
+
+#else
+
+void AddDriverShimOption(CLI::App&, char**) {}
+
+#endif
