@@ -12,13 +12,14 @@
 
 namespace {
 
+constexpr GLenum kSwitchedOff[] = {GL_DEPTH_TEST, GL_ALPHA_TEST, GL_BLEND, GL_LIGHTING, GL_FOG};
+
 /// Switches off what stands between a quad and the buffer, as long as it lives.
 class PlainDrawing {
  public:
   PlainDrawing() {
     glPushAttrib(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_FOG_BIT | GL_LIGHTING_BIT);
-    for (const GLenum capability : {GL_DEPTH_TEST, GL_ALPHA_TEST, GL_BLEND, GL_LIGHTING, GL_FOG})
-      glDisable(capability);
+    for (const GLenum capability : kSwitchedOff) glDisable(capability);
   }
   ~PlainDrawing() { glPopAttrib(); }
   PlainDrawing(const PlainDrawing&) = delete;

@@ -5,6 +5,7 @@
 
 #include <QOpenGLContext>
 #include <QOpenGLExtraFunctions>
+#include <algorithm>
 
 #include "rgl/RGLFunctions.h"
 
@@ -65,10 +66,8 @@ GLint Get(GLenum name) {
 GLuint GetName(GLenum binding) { return static_cast<GLuint>(Get(binding)); }
 
 bool HasRoom() {
-  for (const Stack& stack : kStacks) {
-    if (Get(stack.limit) - Get(stack.depth) < stack.levels) return false;
-  }
-  return true;
+  return std::ranges::all_of(
+      kStacks, [](const Stack& stack) { return Get(stack.limit) - Get(stack.depth) >= stack.levels; });
 }
 
 bool Has(const char* extension) { return QOpenGLContext::currentContext()->hasExtension(extension); }

@@ -1,5 +1,6 @@
 #include "stereo/RStereoSetUp.h"
 
+#include <algorithm>
 #include <array>
 
 #include "rbaselib/RMessageHandler.h"
@@ -84,11 +85,10 @@ void MakeFragmentProgram(RStereoState& state) {
 }
 
 bool FindParameters(RStereoState& state) {
-  for (const ParameterRow& row : kParameters) {
+  return std::ranges::all_of(kParameters, [&state](const ParameterRow& row) {
     state.*row.member = cgGetNamedParameter(state.fragmentProgram, row.name);
-    if (!Check(row.title)) return false;
-  }
-  return true;
+    return Check(row.title);
+  });
 }
 
 }  // namespace

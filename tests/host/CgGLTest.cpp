@@ -10,6 +10,7 @@
 #include <iterator>
 
 #include "Cg/cgGL.h"
+#include "support/CgGenerator.h"
 #include "support/CgPrograms.h"
 #include "support/GLTest.h"
 
@@ -457,6 +458,21 @@ TEST_F(CgGLTest, AProgramIsLoadedBeforeItIsBound) {
   EXPECT_EQ(cgGetError(), CG_UNKNOWN_PROFILE_ERROR);
   cgGLDisableProfile(CG_PROFILE_UNKNOWN);
   EXPECT_EQ(cgGetError(), CG_UNKNOWN_PROFILE_ERROR);
+}
+
+// What follows the language is accepted by the translator, and by the driver what comes out of it.
+TEST_F(CgGLTest, RandomProgramsCompileAndLink) {
+  for (unsigned seed = 0; seed < 150; ++seed) {
+    const std::string body = test::CgGenerator(seed).Statements(6);
+    CGprogram program = LoadFragment(body);
+    ASSERT_NE(program, nullptr) << "seed " << seed;
+    Use(program, CG_PROFILE_GLSLF);
+    CGerror error = CG_NO_ERROR;
+    const char* text = cgGetLastErrorString(&error);
+    ASSERT_EQ(error, CG_NO_ERROR) << text << "\n" << body;
+    DisableBoth();
+    cgDestroyProgram(program);
+  }
 }
 
 // Whatever the translator accepts, the driver accepts.

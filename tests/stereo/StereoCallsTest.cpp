@@ -241,6 +241,13 @@ TEST_F(StereoCalls, EachFailureIsToldOnceAndDrawingGoesOn) {
   }
 }
 
+TEST_F(StereoCalls, AFailedVertexProgramHasTheTitleOfAContext) {
+  const test::GLTarget target(16, 12);
+  const CgFailure failure("cgCreateProgram(4112, vertex, stereo_v)");
+  Process({1});
+  EXPECT_THAT(TakeWarnings(), ElementsAre("creating context|failed by the test|Ok"));
+}
+
 TEST_F(StereoCalls, AfterAFailureAnotherModeWorksAgain) {
   const test::GLTarget target(16, 12);
   for (const Failing& failing : Failures()) {
