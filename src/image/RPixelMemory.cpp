@@ -2,7 +2,6 @@
 
 #include <sys/mman.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -36,12 +35,12 @@ unsigned char* AlignedPart(void* memory) {
 RPixelBuffer RAllocatePixels(std::uint64_t bytes) {
   if (bytes > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())) return {};
   const std::size_t size = (static_cast<std::size_t>(bytes) / kLine + 1) * kLine;
-  void* memory = std::malloc(size + kLine - 1);
+  auto* memory = new (std::nothrow) unsigned char[size + kLine - 1];
   if (!memory) return {};
   unsigned char* pixels = AlignedPart(memory);
   if (size >= kHugeThreshold) AdviseHugePages(pixels, size);
   try {
-    return {pixels, [memory](unsigned char*) { std::free(memory); }};
+    return {pixels, [memory](unsigned char*) { delete[] memory; }};
   } catch (const std::bad_alloc&) {  // the pointer has freed the memory
     return {};
   }

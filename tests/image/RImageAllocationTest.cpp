@@ -21,11 +21,12 @@ bool Take(int& left) {
 }  // namespace
 
 // Pixel buffers come from here.
-extern "C" void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  void* memory = nullptr;
-  if (!Take(gPixelAllocationsLeft)) return nullptr;
-  return posix_memalign(&memory, alignment, size) == 0 ? memory : nullptr;
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return Take(gPixelAllocationsLeft) ? std::malloc(size) : nullptr;
 }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
 
 // Records come from here.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
