@@ -1,7 +1,8 @@
 // Entry points of GL_ATI_fragment_shader.
 #pragma once
 
-#include <QtGui/qopengl.h>
+#include <GL/gl.h>
+#include <GL/glext.h>
 
 /// Holds all entry points of the extension. The class that derives from it fills them in; until then they are
 /// null.

@@ -1,7 +1,8 @@
 // Entry points of GL_NV_vertex_program.
 #pragma once
 
-#include <QtGui/qopengl.h>
+#include <GL/gl.h>
+#include <GL/glext.h>
 
 /// Holds the entry points that load, bind and delete programs of the extension, which fragment programs
 /// share. The class that derives from it fills them in; until then they are null.
