@@ -213,7 +213,7 @@ void RImage::DecReferenceCount() { --mReferenceCount; }
 void RImage::Update() {
   ++mUpdateId;
   if (mIncarnation == kIncarnationRaw || mIncarnation == kIncarnationGL)
-    mIncarnationUpdateId[mIncarnation] = mUpdateId;
+    mIncarnationUpdateId[static_cast<std::size_t>(mIncarnation)] = mUpdateId;
 }
 
 unsigned char* RImage::GetImageBitsAtDepth(unsigned int layer) {
