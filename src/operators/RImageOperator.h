@@ -104,6 +104,12 @@ class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
   /// Returns whether the plug has become dirty since the last time anyone asked; false for an invalid index.
   bool IsPlugDirty(int index, RPlugType type) const;
 
+  /// Returns the node, borrowed, or null from the base class.
+  RFpNode* GetProcessingNode() const { return mNode.get(); }
+  /// Returns the form (one bit of `kForm`) in which the node last drew, 0 before the first evaluation that
+  /// succeeded.
+  int GetProcessedForm() const { return mProcessedForm; }
+
   /// Runs the node's stages. `flags` is the form that is wanted, or `kFormProcessorRequest` when the graphics
   /// card is out of reach. Returns the forms in which the result is there, or 0 when a stage failed.
   int ProcessLoop(RFpContext* context, int flags);
@@ -130,7 +136,6 @@ class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
 
   const RString& GetPersistentName() const { return mPersistentName; }
 
-  RFpNode* GetProcessingNode() const { return mNode.get(); }
   void SetProcessingNode(std::unique_ptr<RFpNode> node) { mNode = std::move(node); }
 
  private:
@@ -144,6 +149,7 @@ class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
   int mUpdateCounter = 0;
   int mProcessedId = -1;
   std::unique_ptr<RFpNode> mNode;
+  int mProcessedForm = 0;
 
   // What cuts cycles: an operator that is being locked refuses a second lock, and the sum of update ids takes
   // each operator's own value once a traversal.

@@ -43,6 +43,9 @@ class StageLoop {
     return ResultForms();
   }
 
+  // Returns the form of the last stage.
+  int Form() const { return mHasFeedback ? mChosen << 1 : mChosen; }
+
  private:
   bool RunStage();
   bool Choose();
@@ -196,7 +199,10 @@ int RImageOperator::ProcessLoop(RFpContext* context, int flags) {
   for (int i = 0; i < inputs; ++i) {
     providers[static_cast<std::size_t>(i) + 1] = GetPlugImageProvider(i, kPlugInput);
   }
-  return StageLoop(*mNode, providers, context, flags).Run();
+  StageLoop loop(*mNode, providers, context, flags);
+  const int forms = loop.Run();
+  if (forms != kFormNone) mProcessedForm = loop.Form();
+  return forms;
 }
 
 int RImageOperator::ReadTest(RFpContext*, int) {

@@ -86,6 +86,17 @@ TEST_F(ProcessLoopTest, WithoutInputsTheResultHasTheDefaultSize) {
   EXPECT_THAT(log, testing::Contains("node.Draw(0, 0x40000, 720, 486)"));
 }
 
+TEST_F(ProcessLoopTest, TheFormOfTheLastSuccessIsKept) {
+  Build(0, {0xC0000, 0});
+  EXPECT_EQ(op->GetProcessedForm(), 0);
+  ASSERT_NE(Run(), 0);
+  EXPECT_EQ(op->GetProcessedForm(), 0x40000);
+  op->Node().bindResult = 0;
+  op->Node().stages = {{0x80000, 0}};
+  ASSERT_EQ(Run(), 0);
+  EXPECT_EQ(op->GetProcessedForm(), 0x40000);
+}
+
 TEST_F(ProcessLoopTest, AStageThatCannotRunOnTheProcessorFailsTheProcessorRequest) {
   Build(1, {0x307F0, 1});
   EXPECT_EQ(Run(), 0);

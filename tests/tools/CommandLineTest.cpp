@@ -26,7 +26,8 @@ TEST(CommandLine, ShowsItsVersion) {
 TEST(CommandLine, HelpNamesEverySubCommand) {
   const auto result = RunTool({"--help"}, kNoGui);
   EXPECT_EQ(result.code, 0);
-  for (const char* name : {"formats", "info", "convert", "compare", "sheet", "doctor"})
+  for (const char* name : {"formats", "info", "convert", "compare", "sheet", "blend", "graph", "operators",
+                           "properties", "stereo", "doctor"})
     EXPECT_THAT(result.output, HasSubstr(name));
   EXPECT_THAT(result.output, HasSubstr("Exit codes: 0 done, 1 pictures differ"));
   EXPECT_THAT(result.errors, IsEmpty());
@@ -50,6 +51,12 @@ INSTANTIATE_TEST_SUITE_P(
                                          "--alpha", "--merge-alpha", "--field", "--frame", "--quality",
                                          "--compression", "--no-orient", "--max-memory"}},
         std::pair{"compare", std::vector{"--tolerance", "--diff", "--json", "--no-orient", "--max-memory"}},
+        std::pair{"blend", std::vector{"A B OUT", "--set NAME=VALUE", "--gpu", "--explain", "--save",
+                                       "--quality", "--compression", "--no-orient", "--max-memory"}},
+        std::pair{"graph", std::vector{"GRAPH", "OUT", "--gpu", "--explain", "--save", "--quality",
+                                       "--compression", "--no-orient", "--max-memory"}},
+        std::pair{"operators", std::vector{"--json"}},
+        std::pair{"properties", std::vector{"OPERATOR", "--json"}},
         std::pair{"sheet", std::vector{"--columns", "--size", "--no-orient", "--max-memory"}}),
     [](const auto& row) { return row.param.first; });
 
@@ -97,6 +104,12 @@ INSTANTIATE_TEST_SUITE_P(
             "compareWithoutB", {"compare", "a.png"}, "rimage: compare: B is missing (rimage compare --help)"},
         Mistake{
             "sheetWithoutOutput", {"sheet", "a.png"}, "rimage: sheet: OUT is missing (rimage sheet --help)"},
+        Mistake{"blendWithoutB", {"blend", "a.png"}, "rimage: blend: B is missing (rimage blend --help)"},
+        Mistake{"blendWithoutOutput",
+                {"blend", "a.png", "b.png"},
+                "rimage: blend: OUT is missing (rimage blend --help)"},
+        Mistake{
+            "graphWithoutOutput", {"graph", "g.json"}, "rimage: graph: OUT is missing (rimage graph --help)"},
         Mistake{"missingValue",
                 {"convert", "a.png", "b.png", "--resize"},
                 "rimage: command line: --resize: 1 required WxH missing"}),

@@ -15,6 +15,12 @@ void AddReadOptions(CLI::App& app, ReadOptions& options) {
       ->check(CLI::Range(std::uint64_t{1}, kMostMiB));
 }
 
+void AddWriteOptions(CLI::App& app, WriteOptions& options) {
+  app.add_option("--quality", options.quality, "Quality of JPEG, 0 to 100")->check(CLI::Range(0, 100));
+  app.add_option("--compression", options.compression, "PNG: 0 to 100; TIFF: 0 none, 1 LZW")
+      ->check(CLI::Range(0, 100));
+}
+
 void Require(const CLI::App& app, const char* name, bool given) {
   if (given) return;
   throw Failure(ExitCode::kUsage, app.get_name(), fmt::format("{} is missing", name),

@@ -17,6 +17,9 @@ struct Command {
 /// Adds what every sub-command that reads pictures takes: --no-orient and --max-memory.
 void AddReadOptions(CLI::App& app, ReadOptions& options);
 
+/// Adds what every sub-command that writes a picture takes: --quality and --compression.
+void AddWriteOptions(CLI::App& app, WriteOptions& options);
+
 /// Fails with a usage error unless a required argument is there.
 void Require(const CLI::App& app, const char* name, bool given);
 
@@ -27,3 +30,7 @@ Command AddCompareCommand(CLI::App& app);
 Command AddSheetCommand(CLI::App& app);
 Command AddStereoCommand(CLI::App& app);
 Command AddDoctorCommand(CLI::App& app);
+Command AddOperatorsCommand(CLI::App& app);
+Command AddPropertiesCommand(CLI::App& app);
+Command AddGraphCommand(CLI::App& app);
+Command AddBlendCommand(CLI::App& app);

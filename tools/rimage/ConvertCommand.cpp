@@ -71,10 +71,7 @@ Command AddConvertCommand(CLI::App& app) {
   command->add_option("OUT", options->output, "Picture to write; its extension tells the format")
       ->type_name("");
   for (const Operation& operation : Operations()) AddOperation(*command, *options, operation);
-  command->add_option("--quality", options->write.quality, "Quality of JPEG, 0 to 100")
-      ->check(CLI::Range(0, 100));
-  command->add_option("--compression", options->write.compression, "PNG: 0 to 100; TIFF: 0 none, 1 LZW")
-      ->check(CLI::Range(0, 100));
+  AddWriteOptions(*command, options->write);
   AddReadOptions(*command, options->read);
   AddTextureOptions(*command, options->read.texture);
   command->footer(

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <new>
@@ -58,6 +59,17 @@ void MakePremultiplied(Picture& picture) {
   GiveAlpha(picture);
   picture.image->Premultiply();
   picture.alpha = AlphaState::kPremultiplied;
+}
+
+void LimitToAlpha(Picture& picture) {
+  RImage& image = *picture.image;
+  if (picture.alpha == AlphaState::kStraight || !HasAlphaLast(image.GetFormat())) return;
+  const std::size_t bytes =
+      static_cast<std::size_t>(image.GetWidth()) * static_cast<std::size_t>(image.GetHeight()) * 4;
+  unsigned char* const bits = image.GetImageBits();
+  for (std::size_t i = 0; i < bytes; i += 4) {
+    for (std::size_t c = i; c < i + 3; ++c) bits[c] = std::min(bits[c], bits[i + 3]);
+  }
 }
 
 void DropAlpha(Picture& picture) {

@@ -37,6 +37,9 @@ void GiveAlpha(Picture& picture);
 void MakeStraight(Picture& picture);
 /// Changes nothing where pixels have no alpha.
 void MakePremultiplied(Picture& picture);
+/// Brings premultiplied colours above their alpha, as additions of light have them, down to it: straight
+/// colours cannot say them.
+void LimitToAlpha(Picture& picture);
 /// Puts the picture over black and drops the alpha, so that what is left is what was seen.
 void DropAlpha(Picture& picture);
 /// Converts to a layout, in two steps where one does not do; false when neither does. What is seen stays.

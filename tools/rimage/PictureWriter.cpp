@@ -8,12 +8,20 @@
 
 namespace {
 
+// Qt divides by alpha for all other formats, which wraps where a colour is above alpha.
+bool StoresPremultiplied(const std::string& path) {
+  const std::string extension = ExtensionOf(path);
+  return extension == "tif" || extension == "tiff";
+}
+
 // Brings the colours to what the target's format and writer take them for. Returns whether they are straight
 // and go to a writer that wants to be told so.
-bool PrepareColours(Picture& picture, TargetAlpha target) {
+bool PrepareColours(Picture& picture, const std::string& path) {
+  const TargetAlpha target = AlphaOfTarget(path);
   if (IsOpaque(picture)) return false;
   if (target == TargetAlpha::kNone) DropAlpha(picture);
   if (target == TargetAlpha::kBytes) MakeStraight(picture);
+  if (target == TargetAlpha::kQt && !StoresPremultiplied(path)) LimitToAlpha(picture);
   return target == TargetAlpha::kQt && picture.alpha == AlphaState::kStraight;
 }
 
@@ -38,7 +46,7 @@ bool WriteByQt(const Picture& picture, const std::string& path, const WriteOptio
 
 void Write(Picture& picture, const std::string& path, const WriteOptions& options) {
   // The module's writer takes the colours of RGBA pixels as premultiplied; straight ones are written here.
-  const bool straight = PrepareColours(picture, AlphaOfTarget(path));
+  const bool straight = PrepareColours(picture, path);
   OutputFile output(path);
   HeldMessages held;
   const bool written = straight ? WriteByQt(picture, output.TemporaryPath(), options)

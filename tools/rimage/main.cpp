@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <new>
@@ -48,6 +49,11 @@ ExitCode Finish(ExitCode code) {
   throw Failure(ExitCode::kWrite, "standard output", ErrorText(errno));
 }
 
+constexpr std::array kCommands{AddFormatsCommand,    AddInfoCommand,   AddConvertCommand,
+                               AddCompareCommand,    AddSheetCommand,  AddBlendCommand,
+                               AddGraphCommand,      AddStereoCommand, AddOperatorsCommand,
+                               AddPropertiesCommand, AddDoctorCommand};
+
 ExitCode Run(int argc, char** argv) {
   CLI::App app("Reads, converts, compares and shows picture files.", "rimage");
   app.set_version_flag("--version", "rimage " RIMAGE_VERSION);
@@ -60,9 +66,8 @@ ExitCode Run(int argc, char** argv) {
   AddDriverShimOption(app, argv);
   // One sub-command at most: after it, the names of others are file names.
   app.require_subcommand(0, 1);
-  const std::vector<Command> commands = {AddFormatsCommand(app), AddInfoCommand(app),  AddConvertCommand(app),
-                                         AddCompareCommand(app), AddSheetCommand(app), AddStereoCommand(app),
-                                         AddDoctorCommand(app)};
+  std::vector<Command> commands;
+  for (const auto add : kCommands) commands.push_back(add(app));
   for (const Command& command : commands) command.app->allow_extras();
   try {
     app.parse(argc, argv);

@@ -1,0 +1,80 @@
+#include "EffectCommand.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <memory>
+
+#include "FileFormats.h"
+#include "GraphFile.h"
+#include "GraphRun.h"
+
+namespace {
+
+struct Options {
+  std::vector<std::string> files;  // the last one is written
+  std::vector<std::string> settings;
+  EffectOptions effect;
+};
+
+std::string Usage(const EffectCommand& effect) {
+  std::string usage;
+  for (std::size_t i = 0; i < effect.inputs.size(); ++i)
+    usage += (i < effect.leastInputs ? effect.inputs[i] : fmt::format("[{}]", effect.inputs[i])) + " ";
+  return usage + "OUT";
+}
+
+void CheckCount(const CLI::App& app, const EffectCommand& effect, std::size_t count) {
+  for (std::size_t i = 0; i < effect.leastInputs; ++i) Require(app, effect.inputs[i], count > i);
+  Require(app, "OUT", count > effect.leastInputs);
+  if (count <= effect.inputs.size() + 1) return;
+  throw Failure(ExitCode::kUsage, effect.name, fmt::format("{} files are too many", count), Usage(effect));
+}
+
+Graph MakeGraph(const EffectCommand& effect, const Options& options) {
+  GraphNode node;
+  node.name = effect.name;
+  node.operatorName = effect.operatorName;
+  for (auto file = options.files.begin(); file != options.files.end() - 1; ++file) {
+    CheckReader(*file);
+    node.inputs.push_back(*file);
+  }
+  for (const std::string& setting : options.settings) node.settings.push_back(ParseSetting(setting));
+  return {effect.name, {std::move(node)}, effect.name};
+}
+
+}  // namespace
+
+void AddEffectOptions(CLI::App& app, EffectOptions& options) {
+  AddGpuOption(app, options.gpu);
+  app.add_flag("--explain", options.explain,
+               "Tell what each effect reads, what it draws with and why, in which form and how large");
+  app.add_option("--save", options.save, "Write the graph, with all properties, for rimage graph")
+      ->type_name("FILE");
+  AddReadOptions(app, options.read);
+  AddWriteOptions(app, options.write);
+}
+
+ExitCode RunGraph(Host& host, const Graph& graph, const std::string& output, const EffectOptions& options) {
+  CheckWriter(output);
+  GraphRun run(host, graph, options.gpu);
+  WritePicture(run.Evaluate(options.read), output, options.write);
+  if (!options.save.empty()) WriteGraph(run.Record(), options.save);
+  if (options.explain) (void)std::fputs(run.Explain().c_str(), stdout);
+  return ExitCode::kOk;
+}
+
+Command AddEffectCommand(CLI::App& app, const EffectCommand& effect) {
+  CLI::App* command = app.add_subcommand(effect.name, effect.help);
+  const auto options = std::make_shared<Options>();
+  command->add_option(Usage(effect), options->files, "Pictures to read, and the one to write")->type_name("");
+  command->add_option("--set", options->settings, "Set a property; as often as needed, in this order")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  AddEffectOptions(*command, options->effect);
+  command->footer(effect.footer);
+  return {command, [command, options, effect](Host& host) {
+            CheckCount(*command, effect, options->files.size());
+            return RunGraph(host, MakeGraph(effect, *options), options->files.back(), options->effect);
+          }};
+}

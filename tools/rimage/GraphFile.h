@@ -1,0 +1,20 @@
+// Files that hold graphs of effects.
+#pragma once
+
+#include <string>
+
+#include "Graph.h"
+
+/// Reads a graph from JSON:
+///
+///     {"nodes": {"NAME": {"operator": "RImOpBlend", "inputs": ["a.png", "OTHER NODE"],
+///                         "properties": {"Preset": "A over B", "Alpha": 50}, "record": ["Preset 6"]}},
+///      "output": "NAME"}
+///
+/// Files are found from the graph file's folder. Fails when the file cannot be read, and for whatever is not
+/// known or written twice.
+Graph ReadGraph(const std::string& path);
+
+/// Writes a graph so that `ReadGraph` brings the same one back. A failure leaves an earlier file of that name
+/// as it was.
+void WriteGraph(const Graph& graph, const std::string& path);
