@@ -54,8 +54,8 @@ void cgGLLoadProgram(CGprogram program) {
 
 void cgGLBindProgram(CGprogram program) {
   if (!Runtime::Get().Check(program) || !CheckOpenGL(CG_PROGRAM_BIND_ERROR)) return;
-  if (program->shader == 0) {
-    Runtime::Get().Fail(CG_PROGRAM_NOT_LOADED_ERROR, "the program is not loaded");
+  if (!GLPrograms::Get().HasCurrent(*program)) {
+    Runtime::Get().Fail(CG_PROGRAM_NOT_LOADED_ERROR, "the program is not loaded in this context of OpenGL");
     return;
   }
   GLPrograms::Get().Bind(*program);

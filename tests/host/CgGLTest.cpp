@@ -382,6 +382,24 @@ TEST_F(CgGLTest, ProgramsMayOutliveTheContextOfOpenGL) {
   test::ForgetLiveGLObjects();
 }
 
+// A context that shares nothing has other objects under the same names.
+TEST_F(CgGLTest, ProgramsAreNothingInAnotherContext) {
+  CGprogram program = LoadFragment("color = 1;");
+  Use(program, CG_PROFILE_GLSLF);
+  DisableBoth();
+  test::GLContext other;
+  ASSERT_TRUE(other.MakeCurrent());
+  const test::GLRecorder recorder;
+  cgGLBindProgram(program);
+  EXPECT_EQ(cgGetError(), CG_PROGRAM_NOT_LOADED_ERROR);
+  cgDestroyProgram(program);
+  EXPECT_EQ(cgGetError(), CG_NO_ERROR);
+  EXPECT_EQ(recorder.Text({"glDeleteProgram", "glDeleteShader", "glUseProgram"}), "");
+  ASSERT_TRUE(Host().MakeCurrent());
+  mTarget.reset();
+  test::ForgetLiveGLObjects();
+}
+
 TEST_F(CgGLTest, BindingsBelongToTheirContextOfOpenGL) {
   CGprogram program = LoadFragment("color = 1;");
   Use(program, CG_PROFILE_GLSLF);

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 
 namespace cg {
 
@@ -53,10 +54,9 @@ std::string FloatText(float value) {
 }  // namespace
 
 Symbol* Scopes::Find(const std::string& name) const {
-  for (auto scope = mScopes.rbegin(); scope != mScopes.rend(); ++scope) {
-    if (const auto found = scope->find(name); found != scope->end()) return found->second;
-  }
-  return nullptr;
+  const auto scope =
+      std::find_if(mScopes.rbegin(), mScopes.rend(), [&](const auto& names) { return names.contains(name); });
+  return scope == mScopes.rend() ? nullptr : scope->at(name);
 }
 
 std::optional<Value> ExpressionWriter::Fail(int line, const std::string& reason) {
@@ -166,8 +166,8 @@ std::optional<Value> ExpressionWriter::WriteList(const Expression& list, Type ty
     const Expression* const next = open.back();
     open.pop_back();
     if (next->kind == Expression::Kind::kList) {
-      for (auto child = next->children.rbegin(); child != next->children.rend(); ++child)
-        open.push_back(&*child);
+      std::transform(next->children.rbegin(), next->children.rend(), std::back_inserter(open),
+                     [](const Expression& child) { return &child; });
       continue;
     }
     const auto value = Write(*next);

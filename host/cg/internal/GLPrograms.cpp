@@ -68,10 +68,17 @@ void GLPrograms::Load(CGprogramRecord& program) {
   gl.glGetShaderiv(shader, GL_COMPILE_STATUS, &isCompiled);
   if (isCompiled) {
     program.shader = shader;
+    mGroups[&program] = QOpenGLContext::currentContext()->shareGroup();
     return;
   }
   Runtime::Get().Fail(CG_PROGRAM_LOAD_ERROR, "the driver refuses the program: " + ShaderLog(shader));
   gl.glDeleteShader(shader);
+}
+
+bool GLPrograms::HasCurrent(const CGprogramRecord& program) const {
+  const QOpenGLContext* const context = QOpenGLContext::currentContext();
+  const auto group = mGroups.find(&program);
+  return context && group != mGroups.end() && group->second == context->shareGroup();
 }
 
 void GLPrograms::Bind(CGprogramRecord& program) {
@@ -165,7 +172,8 @@ void GLPrograms::Send(const CGparameterRecord& parameter) {
 }
 
 void GLPrograms::Forget(const CGprogramRecord& program) {
-  QOpenGLFunctions_2_0* const gl = opengl20();
+  // Another context has objects of its own under the same names.
+  QOpenGLFunctions_2_0* const gl = HasCurrent(program) ? opengl20() : nullptr;
   for (auto& [context, bindings] : mBindings) {
     CGprogramRecord*& bound = bindings.bound[StageOf(program.profile)];
     if (bound != &program) continue;
@@ -178,6 +186,7 @@ void GLPrograms::Forget(const CGprogramRecord& program) {
     linked = has ? mLinked.erase(linked) : std::next(linked);
   }
   if (gl && program.shader != 0) gl->glDeleteShader(program.shader);
+  mGroups.erase(&program);
 }
 
 }  // namespace cg

@@ -3,6 +3,7 @@
 
 #include <GL/gl.h>
 
+#include <QPointer>
 #include <array>
 #include <map>
 #include <string>
@@ -12,6 +13,7 @@
 #include "cg/internal/Runtime.h"
 
 class QOpenGLContext;
+class QOpenGLContextGroup;
 class QOpenGLFunctions_2_0;
 
 namespace cg {
@@ -23,11 +25,13 @@ class GLPrograms {
   static GLPrograms& Get();
 
   void Load(CGprogramRecord& program);
+  /// Whether the current context, or one that shares with it, has the program.
+  bool HasCurrent(const CGprogramRecord& program) const;
   void Bind(CGprogramRecord& program);
   void Enable(CGprofile profile, bool isEnabled);
   /// Hands a parameter's value on, if the programs in use have it.
   void Send(const CGparameterRecord& parameter);
-  /// Deletes what the program has in OpenGL, as far as a context is current, and takes it out of use.
+  /// Deletes what the program has in OpenGL, if the current context has it, and takes it out of use.
   void Forget(const CGprogramRecord& program);
 
  private:
@@ -51,6 +55,7 @@ class GLPrograms {
 
   std::map<QOpenGLContext*, Bindings> mBindings;
   std::map<Pair, GLuint> mLinked;  // 0 for pairs that cannot be linked
+  std::map<const CGprogramRecord*, QPointer<QOpenGLContextGroup>> mGroups;  // where programs are loaded
 };
 
 }  // namespace cg
