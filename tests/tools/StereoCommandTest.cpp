@@ -177,7 +177,8 @@ TEST_F(Stereo, WithoutOpenGLTheReasonIsTold) {
 }
 
 TEST_F(Stereo, ADriverThatRefusesTheProgramsIsTold) {
-  const test::ToolSettings settings{.environment = {{"LD_PRELOAD", RIMAGE_OLD_GL}}};
+  const test::ToolSettings settings{
+      .environment = {{"LD_PRELOAD", RIMAGE_OLD_GL}, {"ASAN_OPTIONS", "verify_asan_link_order=0"}}};
   const auto result = RunStereo({"--mode", "checkerboard"}, settings);
   EXPECT_EQ(result.code, 5);
   EXPECT_THAT(result.errors, HasSubstr("rimage: stereo: loading program: the driver refuses the program"));
