@@ -184,8 +184,9 @@ int RFpCC_NV_register_combiners2::GetRequirementFlags(int stage) const {
 int RFpCC_NV_register_combiners2::Bind(RFpContext* context, int stage, int form) {
   if (!(form & kFormTextureMask)) return RFpCC_default::Bind(context, stage, form);
   Derive();
+  if (!mUsable || stage < 0 || stage >= GetStageCount()) return 0;
   const GLuint list = mLists.GetName(stage);
-  if (!mUsable || stage < 0 || stage >= kZones || list == 0) return 0;
+  if (list == 0) return 0;
   if (mListCount != GetChangeCount()) Rebuild();
   glCallList(list);
   glEnable(GL_REGISTER_COMBINERS_NV);

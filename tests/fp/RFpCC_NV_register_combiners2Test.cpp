@@ -49,7 +49,9 @@ TEST_F(RFpCC_NV_register_combiners2Test, FormsWithoutATextureBindNothing) {
 
 TEST_F(RFpCC_NV_register_combiners2Test, StagesOutOfRangeFail) {
   RFpCC_NV_register_combiners2 node;
-  for (const int stage : {-1, 3}) EXPECT_EQ(node.Bind(&context, stage, 0x40), 0);
+  for (const int stage : {-1, 1, 3}) EXPECT_EQ(node.Bind(&context, stage, 0x40), 0) << stage;
+  node.SetGamma(2);
+  for (const int stage : {-1, 3}) EXPECT_EQ(node.Bind(&context, stage, 0x40), 0) << stage;
 }
 
 TEST_F(RFpCC_NV_register_combiners2Test, CompilesItsListsOncePerChange) {
