@@ -25,7 +25,7 @@ std::string Environment(const char* name) {
 }
 
 void StartWith(const std::string& name, char** arguments) {
-  if (Environment(kNameVariable) == name) {
+  if (Environment(kNameVariable) == name && Environment(kPreloadVariable) == RIMAGE_GL_SHIM_LIBRARY) {
     // Loaded. The programs that the tool starts do without.
     unsetenv(kPreloadVariable);
     return;
