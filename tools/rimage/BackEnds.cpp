@@ -24,6 +24,16 @@ struct BackEnd {
 constexpr std::array kBackEnds{
     BackEnd{"RImOpBlend", "RFpBlend_default", nullptr,
             "OpenGL's fixed blending, which every driver has; the effect never looks for extensions"},
+    BackEnd{"RImOpCC", "RFpCC_NV_fragment_program", "GL_NV_fragment_program",
+            "NVIDIA's fragment programs, the first choice"},
+    BackEnd{"RImOpCC", "RFpCC_NV_register_combiners2", "GL_NV_register_combiners2",
+            "NVIDIA's register combiners, the best that the driver has"},
+    BackEnd{"RImOpCC", "RFpCC_ATI_fragment_shader", "GL_ATI_fragment_shader",
+            "ATI's fragment shaders, the best that the driver has"},
+    BackEnd{"RImOpCC", "RFpCC_SGI_color_matrix", "GL_SGI_color_matrix",
+            "the colour matrix of pixel transfers, the best that the driver has; it leaves zones to the "
+            "processor"},
+    BackEnd{"RImOpCC", "RFpCC_default", nullptr, "the processor, which is always there"},
 };
 
 struct FormName {

@@ -34,3 +34,4 @@ Command AddOperatorsCommand(CLI::App& app);
 Command AddPropertiesCommand(CLI::App& app);
 Command AddGraphCommand(CLI::App& app);
 Command AddBlendCommand(CLI::App& app);
+Command AddCorrectCommand(CLI::App& app);
