@@ -17,7 +17,7 @@ std::string InfoLog(const GetLength& getLength, const GetText& getText) {
   getLength(&length);
   std::string log(static_cast<std::size_t>(std::max(length, 1)), '\0');
   getText(static_cast<GLsizei>(log.size()), log.data());
-  return log.c_str();
+  return log.substr(0, log.find('\0'));
 }
 
 std::string ShaderLog(GLuint shader) {
