@@ -32,7 +32,7 @@ ChildCost RunInChild(const std::function<bool()>& work) {
 }
 
 bool IsInstrumented() {
-#if defined(__SANITIZE_ADDRESS__) || defined(RIMAGE_INSTRUMENTED)
+#if defined(__SANITIZE_ADDRESS__) || defined(RIMAGE_INSTRUMENTED) || !defined(__OPTIMIZE__)
   return true;
 #elif defined(__has_feature)
   return __has_feature(address_sanitizer);

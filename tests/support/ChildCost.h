@@ -16,7 +16,7 @@ struct ChildCost {
 /// Runs `work` in a forked child. The calling process must have one thread.
 ChildCost RunInChild(const std::function<bool()>& work);
 
-/// Whether this program carries checks that make it several times slower and larger.
+/// Whether this program carries checks that make it several times slower and larger, or is not optimised.
 bool IsInstrumented();
 
 }  // namespace test
