@@ -78,10 +78,16 @@ bool Advertises(const char* extension) { return QOpenGLContext::currentContext()
 void BindATIShader();
 void LoadColorMatrix();
 void EnableFragmentExtension() {
-  if (Advertises("GL_ATI_fragment_shader")) BindATIShader();
-  if (Advertises("GL_NV_fragment_program")) glEnable(GL_FRAGMENT_PROGRAM_NV);
-  if (Advertises("GL_NV_register_combiners")) glEnable(GL_REGISTER_COMBINERS_NV);
-  if (Advertises("GL_SGI_color_matrix")) LoadColorMatrix();
+  if (Advertises("GL_ATI_fragment_shader"))
+    BindATIShader();
+  else if (Advertises("GL_NV_fragment_program"))
+    glEnable(GL_FRAGMENT_PROGRAM_NV);
+  else if (Advertises("GL_NV_register_combiners"))
+    glEnable(GL_REGISTER_COMBINERS_NV);
+  else if (Advertises("GL_SGI_color_matrix"))
+    LoadColorMatrix();
+  else
+    BindARBProgram(GL_FRAGMENT_PROGRAM_ARB, "!!ARBfp1.0\nMOV result.color, 1;\nEND\n");
 }
 
 // Everything turns white, alpha included.
