@@ -15,7 +15,7 @@ import sys
 LIMITS = ("memcpy", "inplace", "fread", "fwrite")
 
 # (pattern of the whole subject, {peer or limit: least ratio}). The first row that fits counts. "best" stands for the
-# fastest peer of the run, of which a build may lack some.
+# fastest peer of the run, of which a build may lack some; "microseconds" is the most that ours may take.
 GOALS = [
     (r"RGBA_to_BGRA_.*", {"libyuv": 1.0}),
     (r"(RGB|BGR)_to_RGBA_.*", {"libyuv": 1.0}),
@@ -47,6 +47,8 @@ GOALS = [
     (r"LoadDXT5", {"fread": 1 / 1.2}),
     (r"ColourMatrix_.*", {"OpenColorIO": 4.0}),
     (r"ThreeZones_.*", {"best": 3.0}),
+    (r"Blend_1080p", {"bare_draws": 1 / 1.1}),
+    (r"OperatorCached", {"microseconds": 2}),
 ]
 
 
@@ -79,11 +81,16 @@ def goal_of(subject):
     return next((goal for pattern, goal in GOALS if re.fullmatch(pattern, subject)), {})
 
 
-def judge(subject, ratios):
+def judge(subject, ratios, ours):
     """Returns "yes", a list of what is missed, or "" where there is no goal or no peer to compare with."""
     missed, judged = [], False
     peers = {name: ratio for name, ratio in ratios.items() if name not in LIMITS}
     for peer, least in goal_of(subject).items():
+        if peer == "microseconds":
+            judged = True
+            if ours > least * 1e3:
+                missed.append(f"{ours / 1e3:.2f} us > {least:g}")
+            continue
         ratio = min(peers.values(), default=None) if peer == "best" else ratios.get(peer)
         if ratio is None:
             continue
@@ -103,7 +110,7 @@ def report(subjects):
         if ours is None:
             continue
         ratios = {name: time / ours for name, time in times.items() if name != "ours" and time}
-        verdict = judge(subject, ratios)
+        verdict = judge(subject, ratios, ours)
         peers = "  ".join(f"{name} {ratio:.2f}" for name, ratio in ratios.items() if name not in LIMITS)
         limits = "  ".join(f"{name} {ratios[name]:.2f}" for name in LIMITS if name in ratios)
         yield f"{subject:34} {ours / 1e6:9.3f} ms | {peers:44} | {limits:26} | {verdict}", verdict

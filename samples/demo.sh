@@ -6,8 +6,8 @@ samples=$(cd "$(dirname "$0")" && pwd)
 tool=$(realpath "$1")
 mkdir -p "$2"
 out=$(cd "$2" && pwd)
-rm -rf "${out:?}"/{converted,operations,stereo,sheet.png,stereo.png,info.json}
-mkdir -p "$out"/{converted,operations,stereo}
+rm -rf "${out:?}"/{converted,operations,presets,stereo,sheet.png,presets.png,stereo.png,info.json}
+mkdir -p "$out"/{converted,operations,presets,stereo}
 cd "$samples"
 
 title() { printf '\n== %s\n' "$*"; }
@@ -63,6 +63,19 @@ operation 16-field-average hopper.jpg --field average
 title "Where two pictures differ"
 run compare hopper.jpg hopper.sgi --diff "$out/operations/17-difference.png" || [ $? -eq 1 ]
 
+title "One picture with another, in sixteen ways"
+a=$out/presets/first.png b=$out/presets/second.png
+run convert lighthouse.svg --resize 192x128 --square transparent "$a"
+run convert hopper.tga --resize 192x192 "$b"
+presets=("$a" "$b")
+for preset in blend dissolve clear A B "A over B" "B over A" "A in B" "B in A" "A out B" "B out A" "A atop B" "B atop A" \
+  "A xor B" "A + B" "A * B"; do
+  # Without OpenGL there are none.
+  run blend "$a" "$b" "$out/presets/$preset.png" --set Preset="$preset" --set Alpha=50 || { [ $? -eq 5 ] && break; }
+  presets+=("$out/presets/$preset.png")
+done
+run sheet "${presets[@]}" "$out/presets.png" --columns 6
+
 title "Two views in one picture"
 frames=()
 for mode in color-anaglyph gray-anaglyph row-interleaved checkerboard side-by-side side-by-side-swapped; do
@@ -78,6 +91,7 @@ run sheet "${pictures[@]}" "$out"/operations/*.png "$out/sheet.png" --columns 7
 title "Done"
 cat <<TEXT
 $out/sheet.png      every picture and every operation, with names
+$out/presets.png    two pictures, and what the blend effect makes of them
 $out/stereo.png     two views, and the frames that they make
 $out/converted/     each picture in another format
 $out/operations/    one picture for each operation

@@ -9,9 +9,10 @@
 namespace test {
 namespace {
 
-// Half a step of rounding in 8 bits on top of the step that the formula allows.
-constexpr double kOne = 1.5;
-constexpr double kTwo = 2.5;
+// A step of 8 bits, and two where a constant takes part, which drivers keep in 8 bits as well; the rest is
+// for the arithmetic of this test.
+constexpr double kOne = 1 + 1e-9;
+constexpr double kTwo = 2 + 1e-9;
 
 bool UsesConstant(int factor) { return factor >= 10; }
 
