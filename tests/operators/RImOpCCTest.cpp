@@ -1,6 +1,7 @@
 // Tests of the colour-correction operator's properties and results, without OpenGL.
 #include "operators/RImOpCC.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,6 +16,25 @@
 #include "support/BlendFormula.h"
 #include "support/CorrectionFormula.h"
 #include "support/OperatorFakes.h"
+
+namespace test {
+namespace {
+
+// The properties whose ranges were declared, in order.
+std::vector<std::string> gDeclaredRanges;
+
+}  // namespace
+}  // namespace test
+
+// The module reaches this one first; it notes the call and carries it out on the host.
+void RProperty::SetPropertyMinMax(double minimum, double maximum, bool minimumMovable, bool maximumMovable) {
+  test::gDeclaredRanges.emplace_back(GetName());
+  using Function = void (*)(RProperty*, double, double, bool, bool);
+  static const auto kHost =
+      reinterpret_cast<Function>(dlsym(RTLD_NEXT, "_ZN9RProperty17SetPropertyMinMaxEddbb"));
+  ASSERT_NE(kHost, nullptr);
+  kHost(this, minimum, maximum, minimumMovable, maximumMovable);
+}
 
 namespace test {
 namespace {
@@ -116,6 +136,17 @@ TEST(RImOpCC, HasThirtyOnePropertiesInOrder) {
     EXPECT_FALSE(property->IsMinMovable()) << row.name;
     EXPECT_FALSE(property->IsMaxMovable()) << row.name;
   }
+}
+
+TEST(RImOpCC, DeclaresItsRangesKindByKind) {
+  gDeclaredRanges.clear();
+  const auto op = Make<RImOpCC>("correct");
+  std::vector<std::string> expected;
+  for (const char* const kind : {"Gain", "Offset", "Hue", "Brightness", "Contrast", "Saturation"}) {
+    for (const std::string prefix : {"", "Shadow", "Mid", "Highlight"}) expected.push_back(prefix + kind);
+  }
+  expected.insert(expected.end(), {"Gamma", "MidPoint"});
+  EXPECT_EQ(gDeclaredRanges, expected);
 }
 
 TEST(RImOpCC, TheTableDescribesTheProperties) {
