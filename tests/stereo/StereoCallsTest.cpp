@@ -39,6 +39,7 @@ TEST_F(StereoCalls, Mode4MakesNoCgCall) {
   for (const unsigned mode : {4U, 5U, 6U, 7U, 4U}) Process({mode});
   mCompositor.reset();
   EXPECT_THAT(recorder.Calls(), IsEmpty());
+  EXPECT_EQ(recorder.ErrorQueries(), 0);
 }
 
 constexpr const char* kFirstSetUp =

@@ -97,11 +97,13 @@ void LeaveCgError() { gHasError = true; }
 extern "C" {
 
 CGerror cgGetError() {
+  if (test::gRecorder) test::gRecorder->AddErrorQuery();
   if (std::exchange(test::gHasError, false)) return CG_INVALID_POINTER_ERROR;
   return CG_FORWARD(cgGetError);
 }
 
 const char* cgGetLastErrorString(CGerror* error) {
+  if (test::gRecorder) test::gRecorder->AddErrorQuery();
   if (!test::gHasError) return CG_FORWARD(cgGetLastErrorString, error);
   test::gHasError = false;
   *error = CG_INVALID_POINTER_ERROR;

@@ -19,15 +19,19 @@ class CgRecorder {
 
   /// Every call in order, with the arguments that tell it from others: programs by their entry points,
   /// parameters by their names, numbers and profiles as "vertex" or "fragment". The calls that ask for errors
-  /// are left out.
+  /// are only counted.
   const std::vector<std::string>& Calls() const { return mCalls; }
   /// The calls one a line.
   std::string Text() const;
+  /// How often the runtime was asked for its error.
+  int ErrorQueries() const { return mErrorQueries; }
   void Clear() { mCalls.clear(); }
   void Add(std::string call) { mCalls.push_back(std::move(call)); }
+  void AddErrorQuery() { ++mErrorQueries; }
 
  private:
   std::vector<std::string> mCalls;
+  int mErrorQueries = 0;
 };
 
 /// How a call fails.
