@@ -3,7 +3,6 @@
 #include <functional>
 #include <map>
 #include <string>
-#include <tuple>
 
 #include "support/shim/CombinerState.h"
 #include "support/shim/GLShimDriver.h"
@@ -12,10 +11,14 @@ namespace test::shim {
 
 namespace {
 
-struct Context {
+// What the attribute stack keeps.
+struct Attributes {
   CombinerState state;
   bool enabled = false;
-  std::vector<std::pair<bool, bool>> pushed;
+};
+
+struct Context : Attributes {
+  std::vector<Attributes> pushed;
   std::map<std::string, ArbProgram> programs;  // by their text
 };
 
@@ -57,13 +60,18 @@ class CombinerDriver : public ShimDriver {
     return {};
   }
   void PushAttributes(GLbitfield mask) override {
-    if (mask & GL_ENABLE_BIT) Here().pushed.emplace_back(Here().enabled, Here().state.perStage);
+    if (mask & kGroups) Here().pushed.push_back(Here());
   }
   void PopAttributes(GLbitfield mask) override {
     Context& here = Here();
-    if (!(mask & GL_ENABLE_BIT) || here.pushed.empty()) return;
-    std::tie(here.enabled, here.state.perStage) = here.pushed.back();
+    if (!(mask & kGroups) || here.pushed.empty()) return;
+    const Attributes before = std::move(here.pushed.back());
     here.pushed.pop_back();
+    // All of it belongs to the textures, the enables to their own group as well.
+    if (mask & GL_TEXTURE_BIT) here.state = before.state;
+    here.state.perStage = before.state.perStage;
+    if (here.enabled && !before.enabled) ArbProgram::Stop();
+    here.enabled = before.enabled;
   }
   void BeforeDraw() override;
   void NewList(GLuint list, GLenum mode) override;
@@ -80,6 +88,8 @@ class CombinerDriver : public ShimDriver {
   Context& Here() { return mContexts[CurrentContext()]; }
 
  private:
+  static constexpr GLbitfield kGroups = GL_ENABLE_BIT | GL_TEXTURE_BIT;
+
   static CombinerDriver* sInstance;
   std::map<void*, Context> mContexts;
   std::map<GLuint, std::vector<Call>> mLists;
@@ -106,9 +116,14 @@ void CombinerDriver::DeleteLists(GLuint list, GLsizei range) {
   for (GLuint i = 0; i < static_cast<GLuint>(range); ++i) mLists.erase(list + i);
 }
 
+GLint GetInteger(GLenum name) {
+  GLint value = 0;
+  DRIVER(glGetIntegerv)(name, &value);
+  return value;
+}
+
 std::array<bool, kCombinerTextures> EnabledTextures() {
-  GLint active = 0;
-  DRIVER(glGetIntegerv)(GL_ACTIVE_TEXTURE, &active);
+  const GLint active = GetInteger(GL_ACTIVE_TEXTURE);
   std::array<bool, kCombinerTextures> enabled{};
   for (std::size_t i = 0; i < enabled.size(); ++i) {
     DRIVER(glActiveTexture)(GL_TEXTURE0 + static_cast<GLenum>(i));
@@ -118,11 +133,23 @@ std::array<bool, kCombinerTextures> EnabledTextures() {
   return enabled;
 }
 
+// Colours that go into floats are clamped only when the context says so.
+bool ClampsColors() {
+  const GLint clamp = GetInteger(GL_CLAMP_FRAGMENT_COLOR);
+  return clamp == GL_FIXED_ONLY ? GetInteger(GL_RGBA_FLOAT_MODE_ARB) == 0 : clamp != GL_FALSE;
+}
+
+CombinerSurroundings GetSurroundings() {
+  const bool hasFog = DRIVER(glIsEnabled)(GL_FOG) != GL_FALSE;
+  return {EnabledTextures(), ClampsColors(),
+          hasFog ? static_cast<GLenum>(GetInteger(GL_FOG_MODE)) : GLenum{GL_NONE}};
+}
+
 void CombinerDriver::BeforeDraw() {
   if (mList && !mList->empty()) Refuse("drawing in a display list that sets combiners");
   Context& here = Here();
   if (!here.enabled) return;
-  const std::string text = CombinerProgram(here.state, EnabledTextures());
+  const std::string text = CombinerProgram(here.state, GetSurroundings());
   auto program = here.programs.find(text);
   if (program == here.programs.end()) program = here.programs.emplace(text, ArbProgram(text)).first;
   for (int stage = 0; stage <= kCombinerStages; ++stage) {

@@ -1,4 +1,7 @@
 // Tests of the shim's register combiners: mappings, products, scales and limits, as drawn.
+#define GL_GLEXT_PROTOTYPES
+#include <GL/gl.h>
+#include <GL/glext.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -108,6 +111,37 @@ TEST_F(CombinerDriverTest, OutputsAreScaledAndThenLimited) {
   }
 }
 
+// What draws before any set-up: the primary colour, and fog over it.
+TEST_F(CombinerDriverTest, TheFirstStateIsTheColourUnderFog) {
+  constexpr GLfloat kFog[] = {1, 0.25F, 0, 1};
+  glFogfv(GL_FOG_COLOR, kFog);
+  glFogi(GL_FOG_COORD_SRC, GL_FOG_COORD);
+  glFogf(GL_FOG_START, 0.5F);
+  glFogf(GL_FOG_END, 2.5F);
+  glFogf(GL_FOG_DENSITY, 0.5F);
+  glFogCoordf(1);
+  for (const auto& [mode, factor] : {std::pair<GLenum, double>{GL_NONE, 1},
+                                     {GL_LINEAR, 0.75},
+                                     {GL_EXP, std::exp(-0.5)},
+                                     {GL_EXP2, std::exp(-0.25)}}) {
+    if (mode != GL_NONE) {
+      glFogi(GL_FOG_MODE, static_cast<GLint>(mode));
+      glEnable(GL_FOG);
+    }
+    const GLTarget target(1, 1);
+    glEnable(GL_REGISTER_COMBINERS_NV);
+    glColor4f(0.2F, 0.6F, 1, 0.5F);
+    glRecti(-1, -1, 1, 1);
+    glDisable(GL_REGISTER_COMBINERS_NV);
+    const auto drawn = target.Read().bytes;
+    const double values[] = {0.2, 0.6, 1};
+    for (std::size_t i = 0; i < 3; ++i)
+      EXPECT_NEAR(drawn[i], (factor * values[i] + (1 - factor) * static_cast<double>(kFog[i])) * 255, 0.51)
+          << mode;
+    EXPECT_NEAR(drawn[3], 127.5, 0.51) << mode;
+  }
+}
+
 // The sum is formed before the limits, so 0.8 + 0.8 halved is 0.8.
 TEST_F(CombinerDriverTest, TheSumIsScaledBeforeItIsLimited) {
   RFpCombinerSetup setup;
@@ -141,6 +175,91 @@ TEST_F(CombinerDriverTest, DotProductsSpread) {
   const auto drawn = Draw(setup, {1, 0.4F, 0.5F, 0.1F});
   for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(drawn[i], 0.6 * 0.5 * 255, 0.51);
   EXPECT_NEAR(drawn[3], 0.5 * 255, 0.51) << "alpha takes blue";
+}
+
+TEST_F(CombinerDriverTest, DotProductsAddUp) {
+  RFpCombinerSetup setup;
+  setup.stages.emplace_back();
+  RFpCombinerStage& stage = setup.stages[0];
+  const RFpCombinerInput color = {GL_PRIMARY_COLOR_NV, GL_UNSIGNED_IDENTITY_NV, GL_RGB};
+  stage.rgb.inputs = {color,
+                      {GL_CONSTANT_COLOR0_NV, GL_UNSIGNED_IDENTITY_NV, GL_RGB},
+                      color,
+                      {GL_CONSTANT_COLOR1_NV, GL_UNSIGNED_IDENTITY_NV, GL_RGB}};
+  stage.rgb.sum = GL_SPARE0_NV;
+  stage.rgb.dots = true;
+  stage.constant0 = {0.5F, 0, 0, 1};
+  stage.constant1 = {0, 0.25F, 0, 1};
+  setup.finalInputs[3] = {GL_SPARE0_NV, GL_UNSIGNED_IDENTITY_NV, GL_RGB};
+  setup.finalInputs[6] = kOneAlpha;
+  const auto drawn = Draw(setup, {0.8F, 0.4F, 0.5F, 1});
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(drawn[i], (0.8 * 0.5 + 0.4 * 0.25) * 255, 0.51);
+}
+
+// A target of one pixel of floats, bound as long as it lives.
+class FloatTarget {
+ public:
+  FloatTarget() {
+    glBindTexture(GL_TEXTURE_2D, mTexture);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA32F, 1, 1, 0, GL_RGBA, GL_FLOAT, nullptr);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glGenFramebuffers(1, &mFramebuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, mFramebuffer);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, mTexture, 0);
+  }
+  ~FloatTarget() {
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    glDeleteFramebuffers(1, &mFramebuffer);
+    glDeleteTextures(1, &mTexture);
+  }
+  FloatTarget(const FloatTarget&) = delete;
+  FloatTarget& operator=(const FloatTarget&) = delete;
+
+  static std::array<float, 4> Read() {
+    std::array<float, 4> pixel{};
+    glReadPixels(0, 0, 1, 1, GL_RGBA, GL_FLOAT, pixel.data());
+    return pixel;
+  }
+
+ private:
+  static GLuint MakeName() {
+    GLuint name = 0;
+    glGenTextures(1, &name);
+    return name;
+  }
+  GLuint mTexture = MakeName();
+  GLuint mFramebuffer = 0;
+};
+
+// Colours that go into floats are limited nowhere within the combiners, unless the context clamps them.
+TEST_F(CombinerDriverTest, FloatsAreLimitedOnlyWhereColoursAreClamped) {
+  const FloatTarget target;
+  RFpCombinerSetup setup;
+  setup.stages.resize(2);
+  const RFpCombinerInput color = {GL_PRIMARY_COLOR_NV, GL_UNSIGNED_IDENTITY_NV, GL_RGB};
+  // SPARE0 = 4 x colour, then SPARE0 = (1 - SPARE0) x 1, which limits to 0 what it takes.
+  setup.stages[0].rgb.inputs = {color, kOne, {}, {}};
+  setup.stages[0].rgb.sum = GL_SPARE0_NV;
+  setup.stages[0].rgb.scale = GL_SCALE_BY_FOUR_NV;
+  const RFpCombinerInput inverse = {GL_SPARE0_NV, GL_UNSIGNED_INVERT_NV, GL_RGB};
+  setup.stages[1].rgb.inputs = {inverse, kOne, {}, {}};
+  setup.stages[1].rgb.sum = GL_SPARE0_NV;
+  setup.finalInputs[3] = {GL_SPARE0_NV, GL_UNSIGNED_IDENTITY_NV, GL_RGB};
+  setup.finalInputs[6] = kOneAlpha;
+  setup.Apply(functions);
+  glEnable(GL_PER_STAGE_CONSTANTS_NV);
+  glEnable(GL_REGISTER_COMBINERS_NV);
+  for (const auto& [clamp, expected] :
+       {std::pair<GLenum, float>{GL_TRUE, 0}, {GL_FIXED_ONLY, -2}, {GL_FALSE, -2}}) {
+    glClampColor(GL_CLAMP_FRAGMENT_COLOR, clamp);
+    glColor4f(0.75F, 0.125F, 0, 1);
+    glRecti(-1, -1, 1, 1);
+    const auto drawn = FloatTarget::Read();
+    EXPECT_FLOAT_EQ(drawn[0], expected) << clamp;
+    EXPECT_FLOAT_EQ(drawn[1], 0.5F) << clamp;
+    EXPECT_FLOAT_EQ(drawn[2], 1) << clamp;
+  }
+  glDisable(GL_REGISTER_COMBINERS_NV);
 }
 
 TEST_F(CombinerDriverTest, TheFinalCombinerInterpolatesAndAdds) {
@@ -194,6 +313,26 @@ TEST_F(CombinerDriverTest, TheAttributeStackKeepsTheEnables) {
   glPopAttrib();
   EXPECT_FALSE(glIsEnabled(GL_REGISTER_COMBINERS_NV));
   EXPECT_FALSE(glIsEnabled(GL_PER_STAGE_CONSTANTS_NV));
+}
+
+TEST_F(CombinerDriverTest, TheAttributeStackKeepsTheCombinersWithTheTextures) {
+  const auto count = [] {
+    GLint value = 0;
+    glGetIntegerv(GL_NUM_GENERAL_COMBINERS_NV, &value);
+    return value;
+  };
+  functions.parameteri(GL_NUM_GENERAL_COMBINERS_NV, 3);
+  glPushAttrib(GL_TEXTURE_BIT);
+  glPushAttrib(GL_ENABLE_BIT);
+  functions.parameteri(GL_NUM_GENERAL_COMBINERS_NV, 5);
+  glEnable(GL_REGISTER_COMBINERS_NV);
+  glPopAttrib();
+  EXPECT_EQ(count(), 5) << "no enable";
+  EXPECT_FALSE(glIsEnabled(GL_REGISTER_COMBINERS_NV));
+  glEnable(GL_REGISTER_COMBINERS_NV);
+  glPopAttrib();
+  EXPECT_EQ(count(), 3);
+  EXPECT_FALSE(glIsEnabled(GL_REGISTER_COMBINERS_NV));
 }
 
 // The blend variant that is switched off in the module, drawn: the texture comes through as it is, and blends

@@ -53,7 +53,7 @@ bool IsConstant(GLenum name) { return name == GL_CONSTANT_COLOR0_NV || name == G
 
 }  // namespace
 
-// What a context starts with: no general combination, and the sum of the colours with fog at the end.
+// What a context starts with: the primary colour times 1, and the sum of the colours with fog at the end.
 CombinerState::CombinerState() {
   finals[0] = {GL_FOG, GL_UNSIGNED_IDENTITY_NV, GL_ALPHA};
   finals[1] = {GL_SPARE0_PLUS_SECONDARY_COLOR_NV, GL_UNSIGNED_IDENTITY_NV, GL_RGB};
@@ -61,6 +61,11 @@ CombinerState::CombinerState() {
   finals[6] = {GL_SPARE0_NV, GL_UNSIGNED_IDENTITY_NV, GL_ALPHA};
   for (CombinerStage& stage : stages) {
     for (CombinerInput& input : stage.alpha.inputs) input.usage = GL_ALPHA;
+    for (CombinerPortion* const portion : {&stage.rgb, &stage.alpha}) {
+      portion->inputs[0].reg = GL_PRIMARY_COLOR_NV;
+      portion->inputs[1].mapping = GL_UNSIGNED_INVERT_NV;
+      portion->sum = GL_SPARE0_NV;
+    }
   }
 }
 
@@ -106,9 +111,7 @@ GLenum CombinerState::SetOutput(GLenum stage, GLenum portion, const CombinerPort
   const bool biased = outputs.bias != GL_NONE;
   if (biased && (outputs.scale == GL_SCALE_BY_FOUR_NV || outputs.scale == GL_SCALE_BY_ONE_HALF_NV))
     return GL_INVALID_OPERATION;
-  const bool dots = outputs.abDot || outputs.cdDot;
-  if (dots && portion == GL_ALPHA) return GL_INVALID_VALUE;
-  if (dots && outputs.sum != GL_DISCARD_NV) return GL_INVALID_OPERATION;
+  if ((outputs.abDot || outputs.cdDot) && portion == GL_ALPHA) return GL_INVALID_VALUE;
   const auto clash = [](GLenum a, GLenum b) { return a == b && a != GL_DISCARD_NV; };
   if (clash(outputs.ab, outputs.cd) || clash(outputs.ab, outputs.sum) || clash(outputs.cd, outputs.sum))
     return GL_INVALID_OPERATION;
@@ -157,8 +160,8 @@ constexpr std::string_view kVariables = "abcdefg";
 
 class ProgramWriter {
  public:
-  ProgramWriter(const CombinerState& state, const std::array<bool, kCombinerTextures>& textures)
-      : mState(state), mTextures(textures) {}
+  ProgramWriter(const CombinerState& state, const CombinerSurroundings& surroundings)
+      : mState(state), mSurroundings(surroundings) {}
 
   std::string Run() {
     Head();
@@ -170,6 +173,7 @@ class ProgramWriter {
 
  private:
   void Head();
+  void Fog();
   void Stage(int index);
   void Portion(const CombinerPortion& portion, int stage, const char* suffix);
   void Product(const char* name, char first, char second, const char* suffix, bool dot);
@@ -180,7 +184,7 @@ class ProgramWriter {
   std::string Register(GLenum reg, int stage) const;
 
   const CombinerState& mState;
-  const std::array<bool, kCombinerTextures>& mTextures;
+  const CombinerSurroundings& mSurroundings;
   std::ostringstream mText;
 };
 
@@ -191,14 +195,33 @@ void ProgramWriter::Head() {
            "TEMP aa, ba, ca, da, aba, cda, suma;\n"
            "TEMP af, bf, cf, df, ef, ff, gf, choice;\n"
            "MOV pri, fragment.color.primary;\nMOV sec, fragment.color.secondary;\nMOV sec.w, 0;\n"
-           "MOV fog, state.fog.color;\nMOV fog.w, 1;\nMOV spare1, 0;\n";
+           "MOV fog, state.fog.color;\nMOV spare1, 0;\n";
+  Fog();
   for (int i = 0; i < kCombinerTextures; ++i) {
-    if (mTextures[static_cast<std::size_t>(i)])
+    if (mSurroundings.textures[static_cast<std::size_t>(i)])
       mText << "TXP t" << i << ", fragment.texcoord[" << i << "], texture[" << i << "], 2D;\n";
     else
       mText << "MOV t" << i << ", 0;\n";
   }
   mText << "MOV spare0, 0;\nMOV spare0.w, t0.w;\n";
+}
+
+// The fog's alpha is its factor. The parameters are density, start, end, 1 / (end - start).
+void ProgramWriter::Fog() {
+  switch (mSurroundings.fog) {
+    case GL_LINEAR:
+      mText << "SUB fog.w, state.fog.params.z, fragment.fogcoord.x;\n"
+               "MUL_SAT fog.w, fog.w, state.fog.params.w;\n";
+      return;
+    case GL_EXP:
+    case GL_EXP2:
+      mText << "MUL fog.w, state.fog.params.x, fragment.fogcoord.x;\n";
+      if (mSurroundings.fog == GL_EXP2) mText << "MUL fog.w, fog.w, fog.w;\n";
+      mText << "MUL fog.w, fog.w, 1.442695;\nEX2_SAT fog.w, -fog.w;\n";
+      return;
+    default:
+      mText << "MOV fog.w, 1;\n";
+  }
 }
 
 std::string ProgramWriter::Register(GLenum reg, int stage) const {
@@ -230,14 +253,16 @@ std::string ProgramWriter::Register(GLenum reg, int stage) const {
 void ProgramWriter::Map(const std::string& variable, const CombinerInput& input, int stage) {
   const char* const usage = input.usage == GL_RGB ? "" : input.usage == GL_ALPHA ? ".w" : ".z";
   mText << "MOV " << variable << ", " << Register(input.reg, stage) << usage << ";\n";
-  const std::string positive = "MAX " + variable + ", " + variable + ", 0;\n";
+  const bool clamps = mSurroundings.clamps;
+  const std::string positive = clamps ? "MAX " + variable + ", " + variable + ", 0;\n" : "";
   const std::string change = ", " + variable + ";\n";
   switch (input.mapping) {
     case GL_UNSIGNED_IDENTITY_NV:
       mText << positive;
       break;
     case GL_UNSIGNED_INVERT_NV:
-      mText << "MOV_SAT " << variable << change << "SUB " << variable << ", 1" << change;
+      if (clamps) mText << "MOV_SAT " << variable << change;
+      mText << "SUB " << variable << ", 1" << change;
       break;
     case GL_EXPAND_NORMAL_NV:
       mText << positive << "MAD " << variable << ", " << variable << ", 2, -1;\n";
@@ -272,7 +297,8 @@ void ProgramWriter::Scale(const std::string& name, const CombinerPortion& portio
                                                                    : "0.5";
   if (portion.bias != GL_NONE) mText << "SUB " << name << ", " << name << ", 0.5;\n";
   mText << "MUL " << name << ", " << name << ", " << scale << ";\n";
-  mText << "MIN " << name << ", " << name << ", 1;\nMAX " << name << ", " << name << ", -1;\n";
+  if (mSurroundings.clamps)
+    mText << "MIN " << name << ", " << name << ", 1;\nMAX " << name << ", " << name << ", -1;\n";
 }
 
 void ProgramWriter::Portion(const CombinerPortion& portion, int stage, const char* suffix) {
@@ -311,19 +337,23 @@ void ProgramWriter::Final() {
   const auto map = [this](std::size_t i) {
     Map(std::string(1, kVariables[i]) + "f", mState.finals[i], kOwnConstants);
   };
-  mText << "MAX sum, spare0, 0;\nMAX product, sec, 0;\nADD sum, sum, product;\n";
-  if (mState.sumClamp) mText << "MIN sum, sum, 1;\n";
+  if (mSurroundings.clamps)
+    mText << "MAX sum, spare0, 0;\nMAX product, sec, 0;\nADD sum, sum, product;\n";
+  else
+    mText << "ADD sum, spare0, sec;\n";
+  if (mState.sumClamp || !mSurroundings.clamps) mText << "MOV_SAT sum, sum;\n";
   map(4);
   map(5);
   mText << "MUL product, ef, ff;\n";
   for (const std::size_t i : {0, 1, 2, 3, 6}) map(i);
-  mText << "LRP bf, af, bf, cf;\nADD bf, bf, df;\nMOV bf.w, gf;\nMOV_SAT result.color, bf;\n";
+  mText << "LRP bf, af, bf, cf;\nADD bf, bf, df;\nMOV bf.w, gf;\n"
+        << (mSurroundings.clamps ? "MOV_SAT" : "MOV") << " result.color, bf;\n";
 }
 
 }  // namespace
 
-std::string CombinerProgram(const CombinerState& state, const std::array<bool, kCombinerTextures>& textures) {
-  return ProgramWriter(state, textures).Run();
+std::string CombinerProgram(const CombinerState& state, const CombinerSurroundings& surroundings) {
+  return ProgramWriter(state, surroundings).Run();
 }
 
 }  // namespace test::shim

@@ -63,9 +63,18 @@ struct CombinerState {
   CombinerPortion* Portion(GLenum stage, GLenum portion);
 };
 
+/// What the combiners read of a context's other state.
+struct CombinerSurroundings {
+  /// The units that have a two-dimensional texture enabled; the registers of the others are black and
+  /// transparent.
+  std::array<bool, kCombinerTextures> textures{};
+  /// False while colours are not clamped (GL_ARB_color_buffer_float): then nothing is within the combiners.
+  bool clamps = true;
+  GLenum fog = GL_NONE;  ///< the mode; GL_NONE while fog is disabled
+};
+
 /// Returns the program in the language of GL_ARB_fragment_program. Local parameter 2 x stage + i is that
-/// stage's constant i. `textures` says which units have a two-dimensional texture enabled; the registers of
-/// the others are black and transparent.
-std::string CombinerProgram(const CombinerState& state, const std::array<bool, kCombinerTextures>& textures);
+/// stage's constant i.
+std::string CombinerProgram(const CombinerState& state, const CombinerSurroundings& surroundings);
 
 }  // namespace test::shim

@@ -56,7 +56,7 @@ TEST(CombinerState, OutputsOfGeneralStages) {
   EXPECT_EQ(set(GL_RGB, dots), 0U);
   EXPECT_EQ(set(GL_ALPHA, dots), 0x501U) << "alpha has no dot products";
   dots.sum = GL_SPARE1_NV;
-  EXPECT_EQ(set(GL_RGB, dots), 0x502U) << "a dot product leaves no sum";
+  EXPECT_EQ(set(GL_RGB, dots), 0U) << "dot products add up as well";
   CombinerPortion scaled = Outputs(GL_SPARE0_NV, GL_DISCARD_NV, GL_DISCARD_NV);
   scaled.bias = GL_BIAS_BY_NEGATIVE_ONE_HALF_NV;
   EXPECT_EQ(set(GL_RGB, scaled), 0U);
@@ -65,6 +65,30 @@ TEST(CombinerState, OutputsOfGeneralStages) {
   for (const GLenum scale : {GL_SCALE_BY_FOUR_NV, GL_SCALE_BY_ONE_HALF_NV}) {
     scaled.scale = scale;
     EXPECT_EQ(set(GL_RGB, scaled), 0x502U);
+  }
+}
+
+TEST(CombinerState, StartsWithThePrimaryColourTimesOne) {
+  const CombinerState state;
+  EXPECT_EQ(state.count, 1);
+  EXPECT_TRUE(state.sumClamp);
+  EXPECT_FALSE(state.perStage);
+  for (const CombinerStage& stage : state.stages) {
+    GLenum usage = GL_RGB;
+    for (const CombinerPortion* const portion : {&stage.rgb, &stage.alpha}) {
+      for (std::size_t i = 0; i < 4; ++i) {
+        const CombinerInput& input = portion->inputs[i];
+        EXPECT_EQ(input.reg, i == 0 ? GLenum{GL_PRIMARY_COLOR_NV} : GLenum{GL_ZERO}) << i;
+        EXPECT_EQ(input.mapping, i == 1 ? GLenum{GL_UNSIGNED_INVERT_NV} : GLenum{GL_UNSIGNED_IDENTITY_NV});
+        EXPECT_EQ(input.usage, usage);
+      }
+      EXPECT_EQ(portion->ab, GLenum{GL_DISCARD_NV});
+      EXPECT_EQ(portion->cd, GLenum{GL_DISCARD_NV});
+      EXPECT_EQ(portion->sum, GLenum{GL_SPARE0_NV});
+      usage = GL_ALPHA;
+    }
+    EXPECT_EQ(stage.constants[0], CombinerColor{});
+    EXPECT_EQ(stage.constants[1], CombinerColor{});
   }
 }
 
@@ -84,8 +108,18 @@ TEST(CombinerState, InputsOfTheFinalCombiner) {
   EXPECT_EQ(set(GL_VARIABLE_D_NV, GL_SPARE0_NV, GL_RGB, GL_SIGNED_IDENTITY_NV), 0x500U);
   EXPECT_EQ(set(GL_VARIABLE_B_NV, GL_SPARE0_PLUS_SECONDARY_COLOR_NV, GL_RGB), 0U);
   EXPECT_EQ(set(GL_VARIABLE_A_NV, GL_SPARE0_PLUS_SECONDARY_COLOR_NV, GL_RGB), 0x502U);
-  EXPECT_EQ(set(GL_VARIABLE_E_NV, GL_E_TIMES_F_NV, GL_RGB), 0x502U);
-  EXPECT_EQ(set(GL_VARIABLE_B_NV, GL_E_TIMES_F_NV, GL_ALPHA), 0x502U);
+  EXPECT_EQ(set(GL_VARIABLE_A_NV, GL_E_TIMES_F_NV, GL_RGB), 0U);
+  for (const GLenum computed : {GL_E_TIMES_F_NV, GL_SPARE0_PLUS_SECONDARY_COLOR_NV}) {
+    EXPECT_EQ(set(GL_VARIABLE_E_NV, computed, GL_RGB), 0x502U);
+    EXPECT_EQ(set(GL_VARIABLE_F_NV, computed, GL_RGB), 0x502U);
+    EXPECT_EQ(set(GL_VARIABLE_G_NV, computed, GL_BLUE), 0x502U);
+    EXPECT_EQ(set(GL_VARIABLE_B_NV, computed, GL_ALPHA), 0x502U);
+    EXPECT_EQ(set(GL_VARIABLE_B_NV, computed, GL_BLUE), 0x502U);
+  }
+  EXPECT_EQ(set(GL_VARIABLE_A_NV, GL_FOG, GL_ALPHA), 0U) << "the fog factor is for the final combiner";
+  EXPECT_EQ(set(GL_VARIABLE_A_NV, GL_DISCARD_NV, GL_RGB), 0x500U);
+  EXPECT_EQ(set(GL_VARIABLE_A_NV, GL_SPARE0_NV, GL_RED), 0x500U);
+  EXPECT_EQ(set(GL_COMBINER0_NV, GL_SPARE0_NV, GL_RGB), 0x500U);
   EXPECT_EQ(set(GL_VARIABLE_G_NV, GL_SPARE0_NV, GL_RGB), 0x502U);
   EXPECT_EQ(set(GL_VARIABLE_G_NV, GL_SPARE0_NV, GL_BLUE), 0U);
   EXPECT_EQ(set(GL_VARIABLE_D_NV, GL_SPARE0_NV, GL_BLUE), 0x502U);
