@@ -24,11 +24,11 @@ constexpr double kSteepest = 256;
 // from a sample on; its offset lets the line pass through the curve at a sample.
 //
 // The weights of the zones overlap, so the best line of a zone need not touch the curve in that zone. The
-// table holds the best of all assignments: over gamma 0.25, 0.5, 0.8 (or 1.25, 2, 4) and mid points 0.25,
-// 0.5, 0.75 its largest deviation from the curve on grey lies within 0.01 of the least that any assignment
-// has, and of those it has the least mean of the nine largest deviations. A curve that bends the other way
-// wants another assignment; at gamma 1, where the two meet, all lines are the identity, so nothing jumps.
-// RFpColorMatrixTest tries all assignments.
+// table holds the best of all assignments: that with the least maximum deviation from the curve on grey over
+// gamma 0.25, 0.5, 0.8 (or 1.25, 2, 4) and mid points 0.25, 0.5, 0.75. Where the maximum leaves several,
+// which it does for the highlights of bright curves, the mean of the nine cases' maxima decides, and then the
+// mean deviation. A curve that bends the other way wants another assignment; at gamma 1, where the two meet,
+// all lines are the identity, so nothing jumps. RFpColorMatrixTest tries all assignments.
 struct LineSource {
   std::size_t from;     // the slope is taken from this sample
   std::size_t to;       // to this one,
@@ -36,8 +36,8 @@ struct LineSource {
   std::size_t through;  // the sample at which the line meets the curve
 };
 
-constexpr std::array<LineSource, 3> kDarkeningLines = {{{2, 2, -1, 0}, {0, 3, 0, 1}, {3, 3, 1, 2}}};
-constexpr std::array<LineSource, 3> kBrighteningLines = {{{0, 0, 1, 2}, {3, 3, 1, 3}, {2, 3, 0, 3}}};
+constexpr std::array<LineSource, 3> kDarkeningLines = {{{3, 3, 1, 0}, {2, 3, 0, 3}, {3, 3, 1, 2}}};
+constexpr std::array<LineSource, 3> kBrighteningLines = {{{0, 0, -1, 2}, {3, 3, 1, 3}, {3, 3, 1, 3}}};
 constexpr double kStep = 1.0 / 256;
 
 }  // namespace

@@ -123,7 +123,6 @@ bool UsesZones(const CorrectionSettings& s) {
 std::array<CurveLine, 3> CurveLines(double gamma, double midPoint) {
   const auto curve = [gamma](double v) { return std::pow(v, 1 / gamma); };
   const double low = midPoint / 3;
-  const double belowMiddle = 2 * midPoint / 3;
   const double aboveMiddle = (2 * midPoint + 1) / 3;
   const double high = (midPoint + 2) / 3;
   const auto line = [&curve](double from, double to, double through) {
@@ -132,10 +131,11 @@ std::array<CurveLine, 3> CurveLines(double gamma, double midPoint) {
   };
   constexpr double kStep = 1.0 / 256;
   if (gamma < 1) {
-    return {line(aboveMiddle - kStep, aboveMiddle, low), line(low, high, belowMiddle),
+    return {line(high, high + kStep, low), line(aboveMiddle, high, high),
             line(high, high + kStep, aboveMiddle)};
   }
-  return {line(low, low + kStep, aboveMiddle), line(high, high + kStep, high), line(aboveMiddle, high, high)};
+  return {line(low - kStep, low, aboveMiddle), line(high, high + kStep, high),
+          line(high, high + kStep, high)};
 }
 
 std::array<double, 3> ZoneWeights(const CorrectionSettings& s, const Rgba& c) {
