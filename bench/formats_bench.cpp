@@ -205,7 +205,6 @@ bench::Action ReadStbImage(const Example& example) {
     int channels = 0;
     unsigned char* pixels =
         stbi_load_from_memory(example.file.data(), int(example.file.size()), &width, &height, &channels, 4);
-    benchmark::DoNotOptimize(pixels);
     stbi_image_free(pixels);
     return pixels != nullptr;
   };

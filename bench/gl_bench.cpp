@@ -236,7 +236,6 @@ void DdsDriver(benchmark::State& state, const BlockLayout& layout) {
   QOpenGLFramebufferObject target(kTextureSide, kTextureSide, QOpenGLFramebufferObject::NoAttachment,
                                   GL_TEXTURE_2D, GL_RGBA);
   target.bind();
-  glPixelStorei(GL_PACK_ROW_LENGTH, 0);  // images leave it at their own
   glViewport(0, 0, kTextureSide, kTextureSide);
   GLuint texture = 0;
   glGenTextures(1, &texture);
