@@ -54,27 +54,20 @@ int RFpCC_NV_fragment_program::Bind(RFpContext* context, int stage, int form) {
   return 1;
 }
 
-void RFpCC_NV_fragment_program::Send(unsigned program, const char* name,
-                                     const std::array<float, 4>& value) const {
-  constexpr GLsizei kNameLength = 2;
-  glProgramNamedParameter4fNV(program, kNameLength, reinterpret_cast<const GLubyte*>(name), value[0],
-                              value[1], value[2], value[3]);
-}
-
 void RFpCC_NV_fragment_program::SendMatrix(unsigned program, const char* const* names,
                                            const RFpColorMatrix& matrix) const {
-  for (const auto& column : matrix.columns) Send(program, *names++, column);
+  for (const auto& column : matrix.columns) RFpSendNVParameter(*this, program, *names++, column);
 }
 
 void RFpCC_NV_fragment_program::SendOneMatrix(unsigned program) const {
   SendMatrix(program, kMatrixNames, GetMatrix());
-  Send(program, "p4", {0, 0, 0, GetAlphaFloor()});
+  RFpSendNVParameter(*this, program, "p4", {0, 0, 0, GetAlphaFloor()});
 }
 
 void RFpCC_NV_fragment_program::SendZones(unsigned program) const {
   for (int zone = 0; zone < 3; ++zone) SendMatrix(program, kZoneNames[zone], GetZoneMatrix(zone));
-  Send(program, "pc", {0, 0, 0, GetAlphaFloor()});
-  Send(program, "pd", RFpLuminanceOverMidPoint(GetSettings().midPoint));
+  RFpSendNVParameter(*this, program, "pc", {0, 0, 0, GetAlphaFloor()});
+  RFpSendNVParameter(*this, program, "pd", RFpLuminanceOverMidPoint(GetSettings().midPoint));
 }
 
 void RFpCC_NV_fragment_program::Unbind(RFpContext*, int, int form) {

@@ -23,7 +23,6 @@ class RIMAGE_API RFpCC_NV_fragment_program : public RFpCC_default,
   void Unbind(RFpContext* context, int stage, int form) override;
 
  private:
-  void Send(unsigned program, const char* name, const std::array<float, 4>& value) const;
   void SendMatrix(unsigned program, const char* const* names, const RFpColorMatrix& matrix) const;
   void SendOneMatrix(unsigned program) const;
   void SendZones(unsigned program) const;

@@ -13,9 +13,6 @@ bool IsZone(int zone) { return zone >= 0 && zone < kFpZoneCount; }
 bool IsColor(int component) { return component >= 0 && component < 3; }
 bool IsComponent(int component) { return component >= 0 && component < 4; }
 
-// NaN becomes the least value.
-float Clamp(float value, float least, float most) { return value > least ? std::min(value, most) : least; }
-
 // Pixels that are brought to RGBA at a time.
 constexpr int kChunk = 1024;
 
@@ -48,7 +45,7 @@ int RFpCC_default::Bind(RFpContext* context, int, int form) {
 // In memory one pass does everything, also where a variant draws in several stages.
 void RFpCC_default::Draw(RFpContext* context, int stage, int form, int width, int height) {
   if (!(form & kFormProcessorMask))
-    RFpDrawRectangle(context, form, 1, width, height);
+    RFpDrawRectangle(context, form, 1, {.right = width, .top = height});
   else if (context && stage == 0)
     DrawMemory(*context, width, height);
 }
@@ -92,7 +89,7 @@ bool RFpCC_default::GetNegative() const { return mSettings.negative; }
 
 float RFpCC_default::SetBlack(int component, float value) {
   if (!IsColor(component)) return 0.0F;
-  return RFpAssign(mSettings.black[static_cast<std::size_t>(component)], Clamp(value, 0, 1), mChangeCount);
+  return RFpAssign(mSettings.black[static_cast<std::size_t>(component)], RFpClamp(value, 0, 1), mChangeCount);
 }
 float RFpCC_default::GetBlack(int component) const {
   return IsColor(component) ? mSettings.black[static_cast<std::size_t>(component)] : 0.0F;
@@ -100,7 +97,7 @@ float RFpCC_default::GetBlack(int component) const {
 
 float RFpCC_default::SetWhite(int component, float value) {
   if (!IsColor(component)) return 0.0F;
-  return RFpAssign(mSettings.white[static_cast<std::size_t>(component)], Clamp(value, 0, 1), mChangeCount);
+  return RFpAssign(mSettings.white[static_cast<std::size_t>(component)], RFpClamp(value, 0, 1), mChangeCount);
 }
 float RFpCC_default::GetWhite(int component) const {
   return IsColor(component) ? mSettings.white[static_cast<std::size_t>(component)] : 0.0F;
@@ -112,13 +109,13 @@ bool RFpCC_default::SetColorPoints(bool colorPoints) {
 bool RFpCC_default::GetColorPoints() const { return mSettings.colorPoints; }
 
 float RFpCC_default::SetMidPoint(float midPoint) {
-  return RFpAssign(mSettings.midPoint, Clamp(midPoint, 0.25F, 0.75F), mChangeCount);
+  return RFpAssign(mSettings.midPoint, RFpClamp(midPoint, 0.25F, 0.75F), mChangeCount);
 }
 float RFpCC_default::GetMidPoint() const { return mSettings.midPoint; }
 
 // The gamma takes zones whatever the zones' own settings are, so it counts like a setting of zone 1.
 float RFpCC_default::SetGamma(float gamma) {
-  return AssignZoneValue(kFpZoneShadows, mSettings.gamma, Clamp(gamma, 0.25F, 4.0F), 1.0F);
+  return AssignZoneValue(kFpZoneShadows, mSettings.gamma, RFpClamp(gamma, 0.25F, 4.0F), 1.0F);
 }
 float RFpCC_default::GetGamma() const { return mSettings.gamma; }
 

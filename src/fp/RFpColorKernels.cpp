@@ -1,20 +1,10 @@
 #include "fp/RFpColorKernels.h"
 
-#include <bit>
-#include <cstdint>
+#include "fp/RFpPixelRounding.h"
 
 namespace {
 
 using Row = std::array<float, 4>;
-
-// Adding it leaves a number up to 2^22 rounded in the low bits.
-constexpr float kRounder = 12582912.0F;
-
-unsigned char ToByte(float value) {
-  const float least = value > 0.0F ? value : 0.0F;  // of NaN, too
-  const float clamped = least < 255.0F ? least : 255.0F;
-  return static_cast<unsigned char>(std::bit_cast<std::uint32_t>(clamped + kRounder));
-}
 
 float Sum(const Row& row, float red, float green, float blue, float constant) {
   return row[0] * red + row[1] * green + row[2] * blue + constant;
@@ -31,7 +21,7 @@ void ApplyMatrix(unsigned char* destination, const unsigned char* source, std::s
     const unsigned char alpha = opaque ? 255 : source[i + 3];
     for (std::size_t c = 0; c < 3; ++c) {
       const Row& row = matrix.rows[c];
-      destination[i + c] = ToByte(Sum(row, red, green, blue, row[3] * static_cast<float>(alpha)));
+      destination[i + c] = RFpToByte(Sum(row, red, green, blue, row[3] * static_cast<float>(alpha)));
     }
     destination[i + 3] = alpha;
   }
@@ -54,7 +44,7 @@ void ApplyZones(unsigned char* destination, const unsigned char* source, std::si
       };
       const float value =
           sum(zones.midtones) + shadow * sum(zones.shadows) + highlight * sum(zones.highlights);
-      destination[i + c] = ToByte(value);
+      destination[i + c] = RFpToByte(value);
     }
     destination[i + 3] = alpha;
   }

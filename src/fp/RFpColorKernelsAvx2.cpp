@@ -1,43 +1,14 @@
 // The inner loops of the colour correction for processors with AVX2. This file alone is compiled for them, so
 // everything in it is internal.
-#include <immintrin.h>
-
+#include "fp/RFpAvx2Pixels.h"
 #include "fp/RFpColorKernels.h"
 
 namespace {
 
-using Floats = __m256;
-using Integers = __m256i;
+using Floats = RFpAvx2Floats;
+using Pixels = RFpAvx2Pixels;
 
-constexpr std::size_t kBlock = 8;  // pixels at a time
-
-struct Pixels {
-  Floats red;
-  Floats green;
-  Floats blue;
-  Floats alpha;
-};
-
-Pixels Load(const unsigned char* address) {
-  const Integers words = _mm256_loadu_si256(reinterpret_cast<const Integers*>(address));
-  const Integers low = _mm256_set1_epi32(0xFF);
-  return {_mm256_cvtepi32_ps(_mm256_and_si256(words, low)),
-          _mm256_cvtepi32_ps(_mm256_and_si256(_mm256_srli_epi32(words, 8), low)),
-          _mm256_cvtepi32_ps(_mm256_and_si256(_mm256_srli_epi32(words, 16), low)),
-          _mm256_cvtepi32_ps(_mm256_srli_epi32(words, 24))};
-}
-
-// The conversion gives a negative number for NaN, which the packing turns to 0.
-Integers Round(Floats value) { return _mm256_cvtps_epi32(_mm256_min_ps(_mm256_set1_ps(255.0F), value)); }
-
-void Store(unsigned char* address, const Pixels& pixels) {
-  const Integers redGreen = _mm256_packus_epi32(Round(pixels.red), Round(pixels.green));
-  const Integers blueAlpha = _mm256_packus_epi32(Round(pixels.blue), _mm256_cvtps_epi32(pixels.alpha));
-  const Integers planes = _mm256_packus_epi16(redGreen, blueAlpha);
-  const Integers order = _mm256_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15, 0, 4, 8, 12,
-                                          1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-  _mm256_storeu_si256(reinterpret_cast<Integers*>(address), _mm256_shuffle_epi8(planes, order));
-}
+constexpr std::size_t kBlock = kFpAvx2Pixels;
 
 // A row of a matrix, spread out. In an opaque picture the offset is one number.
 template <bool kOpaque>
@@ -85,9 +56,9 @@ std::size_t ApplyMatrix(unsigned char* destination, const unsigned char* source,
   const Matrix<kOpaque> matrix(rows);
   std::size_t i = 0;
   for (; i + kBlock <= pixels; i += kBlock) {
-    const Pixels p = Load(source + 4 * i);
-    Store(destination + 4 * i,
-          {matrix.red.Sum(p), matrix.green.Sum(p), matrix.blue.Sum(p), Alpha<kOpaque>(p)});
+    const Pixels p = RFpAvx2Load(source + 4 * i);
+    RFpAvx2Store(destination + 4 * i,
+                 {matrix.red.Sum(p), matrix.green.Sum(p), matrix.blue.Sum(p), Alpha<kOpaque>(p)});
   }
   return i;
 }
@@ -101,7 +72,7 @@ std::size_t ApplyZones(unsigned char* destination, const unsigned char* source, 
   const auto& weights = zones.luminance;
   std::size_t i = 0;
   for (; i + kBlock <= pixels; i += kBlock) {
-    const Pixels p = Load(source + 4 * i);
+    const Pixels p = RFpAvx2Load(source + 4 * i);
     const Floats redGreen = _mm256_add_ps(_mm256_mul_ps(_mm256_set1_ps(weights[0]), p.red),
                                           _mm256_mul_ps(_mm256_set1_ps(weights[1]), p.green));
     const Floats luminance = _mm256_add_ps(redGreen, _mm256_mul_ps(_mm256_set1_ps(weights[2]), p.blue));
@@ -112,8 +83,8 @@ std::size_t ApplyZones(unsigned char* destination, const unsigned char* source, 
       const Floats light = _mm256_mul_ps(highlight, (highlights.*row).Sum(p));
       return _mm256_add_ps(_mm256_add_ps((midtones.*row).Sum(p), dark), light);
     };
-    Store(destination + 4 * i, {mix(&Matrix<kOpaque>::red), mix(&Matrix<kOpaque>::green),
-                                mix(&Matrix<kOpaque>::blue), Alpha<kOpaque>(p)});
+    RFpAvx2Store(destination + 4 * i, {mix(&Matrix<kOpaque>::red), mix(&Matrix<kOpaque>::green),
+                                       mix(&Matrix<kOpaque>::blue), Alpha<kOpaque>(p)});
   }
   return i;
 }

@@ -1,5 +1,7 @@
 #include "fp/RFpCombinerSetup.h"
 
+#include <algorithm>
+
 #include "fp/RFpEntryPoints.h"
 
 namespace {
@@ -11,8 +13,9 @@ void ApplyPortion(const RFpCombinerFunctions& functions, GLenum stage, GLenum po
     functions.input(stage, portion, variable++, input.input, input.mapping, input.usage);
   }
   const GLboolean dots = setup.dots ? GL_TRUE : GL_FALSE;
+  const GLboolean mux = setup.mux ? GL_TRUE : GL_FALSE;
   functions.output(stage, portion, setup.productAB, setup.productCD, setup.sum, setup.scale, GL_NONE, dots,
-                   dots, GL_FALSE);
+                   dots, mux);
 }
 
 }  // namespace
@@ -31,6 +34,22 @@ bool RFpHasEnoughCombiners() {
   GLint count = 0;
   glGetIntegerv(GL_MAX_GENERAL_COMBINERS_NV, &count);
   return count >= kFpCombinerStages && count != GL_INVALID_ENUM;
+}
+
+GLenum RFpCombinerScale(int exponent) {
+  constexpr GLenum kScales[] = {GL_NONE, GL_SCALE_BY_TWO_NV, GL_SCALE_BY_FOUR_NV};
+  return kScales[exponent];
+}
+
+// The sum of two equal products doubles.
+void RFpAmplify(RFpCombinerPortion& portion, GLenum reg, int exponent, GLenum usage) {
+  const RFpCombinerInput value = RFpCombinerSigned(reg, usage);
+  const RFpCombinerInput one = RFpCombinerOne(usage);
+  const RFpCombinerInput second =
+      exponent > 0 ? value : RFpCombinerInput{GL_ZERO, GL_SIGNED_IDENTITY_NV, usage};
+  portion.inputs = {value, one, second, one};
+  portion.sum = reg;
+  portion.scale = RFpCombinerScale(std::max(exponent - 1, 0));
 }
 
 void RFpCombinerSetup::Apply(const RFpCombinerFunctions& functions) const {

@@ -32,8 +32,20 @@ struct RFpCombinerInput {
   GLenum usage = GL_RGB;
 };
 
+/// The inputs that most stages have: 1, and a register as it is, over -1..1 or clamped to 0..1.
+constexpr RFpCombinerInput RFpCombinerOne(GLenum usage = GL_RGB) {
+  return {GL_ZERO, GL_UNSIGNED_INVERT_NV, usage};
+}
+constexpr RFpCombinerInput RFpCombinerSigned(GLenum input, GLenum usage = GL_RGB) {
+  return {input, GL_SIGNED_IDENTITY_NV, usage};
+}
+constexpr RFpCombinerInput RFpCombinerUnsigned(GLenum input, GLenum usage = GL_RGB) {
+  return {input, GL_UNSIGNED_IDENTITY_NV, usage};
+}
+
 /// Half of a general stage: A, B, C, D in, A x B, C x D and their sum out, each times `scale` (GL_NONE for 1)
-/// and limited to -1..1. With `dots`, which is for colours only, the products are dot products.
+/// and limited to -1..1. With `dots`, which is for colours only, the products are dot products. With `mux`
+/// the sum is A x B alone where the alpha of SPARE0 is below 0.5, C x D alone elsewhere.
 struct RFpCombinerPortion {
   std::array<RFpCombinerInput, 4> inputs;
   GLenum productAB = GL_DISCARD_NV;
@@ -41,6 +53,7 @@ struct RFpCombinerPortion {
   GLenum sum = GL_DISCARD_NV;
   GLenum scale = GL_NONE;
   bool dots = false;
+  bool mux = false;
 };
 
 /// Returns a portion that does nothing, for alpha: it cannot even read zero as a colour.
@@ -49,6 +62,12 @@ constexpr RFpCombinerPortion RFpEmptyAlphaPortion() {
   for (RFpCombinerInput& input : portion.inputs) input.usage = GL_ALPHA;
   return portion;
 }
+
+/// Lets a portion multiply a register by two to the power of `exponent`, 0 to 3.
+void RFpAmplify(RFpCombinerPortion& portion, GLenum reg, int exponent, GLenum usage);
+
+/// The scale of two to the power of `exponent`, 0 to 2.
+GLenum RFpCombinerScale(int exponent);
 
 struct RFpCombinerStage {
   RFpCombinerPortion rgb;

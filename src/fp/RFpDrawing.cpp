@@ -21,15 +21,26 @@ void Corner(const RFpContext& context, int inputs, int x, int y) {
 
 }  // namespace
 
-void RFpDrawRectangle(const RFpContext* context, int form, int inputs, int width, int height) {
+void RFpDrawRectangle(const RFpContext* context, int form, int inputs, const RFpRectangle& rectangle) {
+  const auto& [left, bottom, right, top] = rectangle;
   if (!(form & kFormQuadMask) || !context) {
-    glRecti(0, 0, width, height);
+    glRecti(left, bottom, right, top);
     return;
   }
   glBegin(GL_QUADS);
-  Corner(*context, inputs, 0, 0);
-  Corner(*context, inputs, width, 0);
-  Corner(*context, inputs, width, height);
-  Corner(*context, inputs, 0, height);
+  Corner(*context, inputs, left, bottom);
+  Corner(*context, inputs, right, bottom);
+  Corner(*context, inputs, right, top);
+  Corner(*context, inputs, left, top);
   glEnd();
+}
+
+// A clear heeds neither programs nor textures.
+void RFpClearRectangle(int width, int height) {
+  glPushAttrib(GL_COLOR_BUFFER_BIT | GL_SCISSOR_BIT);
+  glEnable(GL_SCISSOR_TEST);
+  glScissor(0, 0, width, height);
+  glClearColor(0, 0, 0, 0);
+  glClear(GL_COLOR_BUFFER_BIT);
+  glPopAttrib();
 }

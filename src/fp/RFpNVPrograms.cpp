@@ -17,6 +17,13 @@ bool RFpResolveNVParameters(QOpenGLExtension_NV_fragment_program& functions) {
                                          functions.glProgramNamedParameter4fNV);
 }
 
+void RFpSendNVParameter(const QOpenGLExtension_NV_fragment_program& functions, GLuint program,
+                        const char* name, const std::array<float, 4>& value) {
+  constexpr GLsizei kNameLength = 2;
+  functions.glProgramNamedParameter4fNV(program, kNameLength, reinterpret_cast<const GLubyte*>(name),
+                                        value[0], value[1], value[2], value[3]);
+}
+
 RFpNVPrograms::RFpNVPrograms(const QOpenGLExtension_NV_vertex_program& functions,
                              std::span<const std::string_view> instructions)
     : mFunctions(functions) {

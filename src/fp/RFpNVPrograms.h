@@ -4,6 +4,7 @@
 #include <GL/gl.h>
 #include <GL/glext.h>
 
+#include <array>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -18,6 +19,10 @@ inline constexpr std::string_view kFpNVProgramHeader = "!!FP1.0\n";
 /// were.
 bool RFpResolveNVPrograms(QOpenGLExtension_NV_vertex_program& functions);
 bool RFpResolveNVParameters(QOpenGLExtension_NV_fragment_program& functions);
+
+/// Sends a program's parameter, whose name has two characters.
+void RFpSendNVParameter(const QOpenGLExtension_NV_fragment_program& functions, GLuint program,
+                        const char* name, const std::array<float, 4>& value);
 
 /// Programs loaded from their instructions, in order; released with their functions on whatever context is
 /// current then. A program that the driver refuses leaves its name without effect.

@@ -9,3 +9,9 @@ T RFpAssign(T& held, T value, unsigned& changeCount) {
   ++changeCount;
   return held;
 }
+
+/// Returns `value` within its range; NaN becomes the least value.
+inline float RFpClamp(float value, float least, float most) {
+  if (!(value > least)) return least;
+  return value < most ? value : most;
+}

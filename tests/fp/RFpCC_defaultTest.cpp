@@ -1,8 +1,6 @@
 // Tests of the colour correction on the processor.
 #include "fp/RFpCC_default.h"
 
-#include <GL/gl.h>
-#include <GL/glext.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,40 +8,17 @@
 #include <string>
 #include <vector>
 
+#include "support/PixelMemory.h"
 #include "support/RandomCorrection.h"
 
 namespace test {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
-
-// A picture in memory with rows that are longer than it is wide.
-struct Memory {
-  Memory(int width, int height, int gap, int glFormat = GL_RGBA, int pixelSize = 4)
-      : bytes(static_cast<std::size_t>((width + gap) * height * pixelSize), 0xEE) {
-    pixels = {bytes.data(), width + gap, height, width, glFormat, GL_UNSIGNED_BYTE, pixelSize};
-  }
-  unsigned char* At(int x, int y) {
-    return bytes.data() + (static_cast<std::ptrdiff_t>(y) * pixels.rowLength + x) * pixels.pixelSize;
-  }
-
-  Bytes bytes;
-  RFpPixels pixels;
-};
-
-void FillNoise(Memory& memory, unsigned seed) {
-  Random random(seed);
-  for (unsigned char& byte : memory.bytes) byte = random.Byte();
-}
+using Memory = PixelMemory;
 
 int Draw(RFpCC& node, const Memory& source, const Memory& target) {
-  RFpContext context;
-  context.sources[0] = source.pixels;
-  context.target = target.pixels;
-  if (!node.Bind(&context, 0, 0x40000)) return 0;
-  node.Draw(&context, 0, 0x40000, target.pixels.width, target.pixels.height);
-  node.Unbind(&context, 0, 0x40000);
-  return 1;
+  return DrawInMemory(node, {&source}, target);
 }
 
 Rgba ColourAt(const unsigned char* rgba) {

@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cmath>
 #include <cstddef>
 
 #include "fp/RFpBlend.h"
 #include "fp/RFpCC.h"
+#include "fp/RFpKeyer.h"
 #include "fp/RFpParameter.h"
 #include "support/OperatorFakes.h"
 
@@ -60,6 +62,21 @@ TEST(RFpCC, SettersAndGettersKeepTheirOrder) {
       VirtualSlot(&RFpCC::SetZoneOffset),     VirtualSlot(&RFpCC::GetZoneOffset),
       VirtualSlot(&RFpCC::SetZoneGain),       VirtualSlot(&RFpCC::GetZoneGain),
       VirtualSlot(&RFpCC::SetZoneSaturation), VirtualSlot(&RFpCC::GetZoneSaturation),
+  };
+  for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + 1) << "function " << i;
+}
+
+TEST(RFpKeyer, SettersAndGettersKeepTheirOrder) {
+  EXPECT_EQ(VirtualSlot(&RFpKeyer::SetMode), VirtualSlot(&RFpNode::Reset) + 3);
+  const std::vector<int> slots = {
+      VirtualSlot(&RFpKeyer::SetMode),        VirtualSlot(&RFpKeyer::GetMode),
+      VirtualSlot(&RFpKeyer::SetOutput),      VirtualSlot(&RFpKeyer::GetOutput),
+      VirtualSlot(&RFpKeyer::SetInvertMatte), VirtualSlot(&RFpKeyer::GetInvertMatte),
+      VirtualSlot(&RFpKeyer::SetKey),         VirtualSlot(&RFpKeyer::GetKey),
+      VirtualSlot(&RFpKeyer::SetThreshold),   VirtualSlot(&RFpKeyer::GetThreshold),
+      VirtualSlot(&RFpKeyer::SetSoftness),    VirtualSlot(&RFpKeyer::GetSoftness),
+      VirtualSlot(&RFpKeyer::SetSuppression), VirtualSlot(&RFpKeyer::GetSuppression),
+      VirtualSlot(&RFpKeyer::SetMask),        VirtualSlot(&RFpKeyer::GetMask),
   };
   for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + 1) << "function " << i;
 }
@@ -142,6 +159,13 @@ TEST(RFpForms, EveryMaskHoldsTheFormsThatItMeans) {
   EXPECT_EQ(kFormFeedbackInputMask, over >> 1);
   EXPECT_EQ(kFormProcessorMask, 0xC0000);
   EXPECT_EQ(kFormProcessorRequest, 0x80000);
+}
+
+TEST(RFpParameter, ClampsToTheRange) {
+  EXPECT_EQ(RFpClamp(0.5F, 0, 1), 0.5F);
+  EXPECT_EQ(RFpClamp(-0.5F, 0, 1), 0.0F);
+  EXPECT_EQ(RFpClamp(1.5F, 0, 1), 1.0F);
+  EXPECT_EQ(RFpClamp(std::nanf(""), 0.25F, 4), 0.25F) << "not a number";
 }
 
 TEST(RFpParameter, CountsRealChangesOnly) {

@@ -1,0 +1,25 @@
+// The inner loops of the keyer for processors with AVX2. This file alone is compiled for them, so everything
+// in it is internal.
+#include "fp/RFpAvx2Pixels.h"
+#include "fp/RFpKeyerLoops.h"
+
+namespace {
+
+struct Avx2Lanes {
+  using Floats = RFpAvx2Floats;
+  using Pixels = RFpAvx2Pixels;
+  static constexpr std::size_t kCount = kFpAvx2Pixels;
+
+  static Floats Set(float value) { return _mm256_set1_ps(value); }
+  static Floats Min(Floats a, Floats b) { return _mm256_min_ps(a, b); }
+  static Floats Max(Floats a, Floats b) { return _mm256_max_ps(a, b); }
+  static Floats WherePositive(Floats value, Floats condition) {
+    return _mm256_and_ps(value, _mm256_cmp_ps(condition, _mm256_setzero_ps(), _CMP_GT_OQ));
+  }
+  static Pixels Load(const unsigned char* address) { return RFpAvx2Load(address); }
+  static void Store(unsigned char* address, const Pixels& pixels) { RFpAvx2Store(address, pixels); }
+};
+
+}  // namespace
+
+const RFpKeyerKernels kAvx2KeyerKernels = RFpMakeKeyerKernels<Avx2Lanes>();
