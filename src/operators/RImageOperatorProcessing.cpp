@@ -88,7 +88,7 @@ bool StageLoop::RunStage() {
     return false;
   }
   const bool drawn = WriteStage();
-  if (mHasFeedback) feedback->ReadUnLock(mContext, kFormBufferToBuffer);
+  if (feedback) feedback->ReadUnLock(mContext, kFormBufferToBuffer);
   UnlockInputs(mInputCount, mChosen);
   return drawn;
 }

@@ -53,6 +53,7 @@ RDestroyPtr<RImageOperator> CreateOperator(const std::string& className) {
 
 std::vector<std::string> PlugNames(const RImageOperator& op, RImageOperator::RPlugType type) {
   std::vector<std::string> names;
+  names.reserve(static_cast<std::size_t>(op.GetNbPlugs(type)));
   for (int i = 0; i < op.GetNbPlugs(type); ++i) names.emplace_back(op.GetPlugName(i, type).GetChars());
   return names;
 }

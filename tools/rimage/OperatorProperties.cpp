@@ -32,6 +32,7 @@ const TypeText& TypeOf(const RProperty& property) {
 RProperty& FindProperty(const std::string& subject, const RImageOperator& op, const std::string& name) {
   if (RProperty* const property = op.FastFindPropertyByName(name.c_str())) return *property;
   std::vector<std::string> known;
+  known.reserve(static_cast<std::size_t>(op.GetPropertyCount()));
   for (int i = 0; i < op.GetPropertyCount(); ++i) known.emplace_back(op.GetProperty(i)->GetName());
   const std::string hint = Suggest(name, known);
   throw Failure(ExitCode::kUsage, subject,
