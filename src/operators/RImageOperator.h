@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "fp/RFpContext.h"
 #include "fp/RFpNode.h"
@@ -147,7 +148,7 @@ class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
   RArrayHelper::Header* mPlugs[2] = {nullptr, nullptr};
   RString mPersistentName;
   int mUpdateCounter = 0;
-  int mProcessedId = -1;
+  std::optional<int> mProcessedId;  ///< the update id of the stored result; none when it was thrown away
   std::unique_ptr<RFpNode> mNode;
   int mProcessedForm = 0;
 

@@ -214,7 +214,7 @@ int RImageOperator::ReadLock(RFpContext* context, int mask) {
   if (mLocking || !EnsureOutputImage()) return 0;
   // Taken before computing: a lock that finds it again knows that nothing has changed upstream.
   const int updateId = GetUpdateId();
-  if (mUpdateCounter == mProcessedId && updateId == mProcessedId) {
+  if (mProcessedId == mUpdateCounter && mProcessedId == updateId) {
     RImage* const image = GetPlugImage(0, kPlugOutput);
     return RTransferResult(*image, mask, RAvailableForms(*image));
   }
@@ -228,7 +228,7 @@ bool RImageOperator::EnsureOutputImage() {
   RImage* const image = GetNbPlugs(kPlugOutput) > 0 ? RImageCreate() : nullptr;
   if (!image) return false;
   SetPlugImage(0, kPlugOutput, image);
-  mProcessedId = -1;
+  mProcessedId.reset();
   return true;
 }
 
@@ -290,7 +290,7 @@ bool RImageOperator::ImageTextureDrawCurrent(int flags) {
 void RImageOperator::ImageDetachTextureObject() {
   if (!GetPlugImage(0, kPlugOutput)) return;
   SetPlugImage(0, kPlugOutput, nullptr);
-  mProcessedId = -1;
+  mProcessedId.reset();
 }
 
 void RImageOperator::RegisterGLOperator(RImageOperator*) { ROffscreen::Register(); }

@@ -417,6 +417,26 @@ TEST_F(ReadLockTest, DetachingTheTextureComputesIntoANewImage) {
   op->ImageDetachTextureObject();
 }
 
+// The sum of the changes upstream can be any number, also the one that could stand for no result.
+TEST_F(ReadLockTest, AnyUpdateIdIsComputedOnce) {
+  for (const unsigned changes : {0xFFFFFFFFU, 0x80000000U, 0x7FFFFFFFU, 0U}) {
+    Build(1, {0xC0000, 1});
+    op->Node().changes = changes;
+    EXPECT_EQ(Lock(), 0x40000);
+    EXPECT_TRUE(Drew());
+    EXPECT_EQ(Lock(), 0x40000);
+    EXPECT_FALSE(Drew()) << changes;
+    op->ImageDetachTextureObject();
+    EXPECT_EQ(Lock(), 0x40000);
+    EXPECT_TRUE(Drew()) << changes;
+    const ImagePtr grabbed(op->GrabPlugImage(0, kOut));
+    EXPECT_EQ(Lock(), 0x40000);
+    EXPECT_TRUE(Drew()) << changes;
+    op.reset();
+    upstream.clear();
+  }
+}
+
 TEST_F(ReadLockTest, ATakenOutputImageIsComputedAnew) {
   Build(1, {0xC0000, 1});
   Lock();
