@@ -195,6 +195,34 @@ TEST(RImageOperatorPlug, TheWriteLockMakesAnRgbaImageOfTheSize) {
   EXPECT_EQ(image->GetIncarnation(), RImage::kIncarnationRaw);
 }
 
+struct MisfitRow {
+  const char* name;
+  kImageFormat format;
+  int width;
+  int height;
+};
+
+class PlugMisfit : public testing::TestWithParam<MisfitRow> {};
+
+TEST_P(PlugMisfit, OfOneKindIsEnoughToMakeTheImageAnew) {
+  const MisfitRow& row = GetParam();
+  const auto image = MakeImage(row.width, row.height, {}, row.format);
+  RImageOperatorPlug plug(kOut, "out", image.get());
+  EXPECT_EQ(plug.WriteLock(nullptr, 0x40000, 5, 4), 1);
+  EXPECT_EQ(image->GetFormat(), kImageFormatRGBA);
+  EXPECT_EQ(image->GetWidth(), 5);
+  EXPECT_EQ(image->GetHeight(), 4);
+  EXPECT_EQ(image->GetPixelSize(), 4);
+  EXPECT_TRUE(image->HoldsPixels(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, PlugMisfit,
+                         testing::Values(MisfitRow{"Format", kImageFormatRGB, 5, 4},
+                                         MisfitRow{"Order", kImageFormatBGRA, 5, 4},
+                                         MisfitRow{"Width", kImageFormatRGBA, 6, 4},
+                                         MisfitRow{"Height", kImageFormatRGBA, 5, 3}),
+                         [](const auto& row) { return row.param.name; });
+
 TEST(RImageOperatorPlug, TheWriteLockOfAFittingImageCountsAnUpdate) {
   const auto image = MakeImage(5, 4);
   RImageOperatorPlug plug(kOut, "out", image.get());
@@ -240,6 +268,18 @@ TEST(RImageOperatorPlug, UnlockingAWriteCountsAnUpdate) {
   EXPECT_EQ(plug.WriteUnLock(nullptr, 0x40000, 1), 0x40000);
   EXPECT_EQ(plug.WriteUnLock(nullptr, 0x40000, 0), 0x40000);
   EXPECT_EQ(image->GetUpdateId(), before + 2);
+}
+
+// A class whose own functions come behind those of the plug.
+class LargerPlug : public RImageOperatorPlug {
+ public:
+  using RImageOperatorPlug::RImageOperatorPlug;
+  virtual void Last() {}
+};
+
+TEST(RImageOperatorPlug, TheDestructorStandsLast) {
+  // A destructor takes two places in the table.
+  EXPECT_EQ(VirtualSlot(&LargerPlug::Last), VirtualSlot(&RImageOperatorPlug::GetHeight) + 3);
 }
 
 TEST(RImageOperatorPlug, VirtualFunctionsKeepTheirOrder) {

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QOpenGLContextGroup>
+
 #include "support/BlendDrawing.h"
 #include "support/HostileState.h"
 
@@ -52,6 +54,26 @@ TEST_F(RegisterGLOperatorTest, TheFirstSetsUpTheSurfaceAndTheRestCount) {
   EXPECT_FALSE(CanDraw());
   EXPECT_EQ(Register(), kSetUp) << "and again from the start";
   Unregister();
+}
+
+TEST_F(RegisterGLOperatorTest, TheFirstMakesAContextThatSharesTheHostsObjects) {
+  QOpenGLContext& host = Host().Context();
+  ASSERT_EQ(host.shareGroup()->shares().size(), 1);
+  for (int i = 0; i < 2; ++i) {
+    Register();
+    ASSERT_EQ(host.shareGroup()->shares().size(), 2) << "one context, however many register";
+  }
+  for (const QOpenGLContext* const context : host.shareGroup()->shares()) {
+    EXPECT_TRUE(context->isValid());
+    EXPECT_EQ(context->format(), host.format());
+    if (context != &host) {
+      EXPECT_EQ(context->shareContext(), &host);
+    }
+  }
+  Unregister();
+  EXPECT_EQ(host.shareGroup()->shares().size(), 2);
+  Unregister();
+  EXPECT_EQ(host.shareGroup()->shares().size(), 1);
 }
 
 TEST_F(RegisterGLOperatorTest, TheHostKeepsItsContextSurfaceAndState) {
