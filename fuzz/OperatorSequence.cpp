@@ -1,12 +1,15 @@
 #include "OperatorSequence.h"
 
+#define GL_GLEXT_PROTOTYPES
 #include <GL/gl.h>
+#include <GL/glext.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <set>
@@ -55,6 +58,87 @@ Model Fill(int width, int height, const Pixel& pixel) {
     }
   }
   return model;
+}
+
+// --- What the host's state is, and must be after every call.
+
+constexpr GLenum kHostState[] = {GL_VIEWPORT,
+                                 GL_SCISSOR_BOX,
+                                 GL_MATRIX_MODE,
+                                 GL_MODELVIEW_MATRIX,
+                                 GL_PROJECTION_MATRIX,
+                                 GL_CURRENT_COLOR,
+                                 GL_COLOR_WRITEMASK,
+                                 GL_COLOR_CLEAR_VALUE,
+                                 GL_BLEND,
+                                 GL_BLEND_SRC,
+                                 GL_BLEND_DST,
+                                 GL_BLEND_COLOR,
+                                 GL_CULL_FACE,
+                                 GL_SCISSOR_TEST,
+                                 GL_ALPHA_TEST,
+                                 GL_ALPHA_TEST_FUNC,
+                                 GL_FOG,
+                                 GL_LIGHTING,
+                                 GL_COLOR_MATERIAL,
+                                 GL_STENCIL_TEST,
+                                 GL_POLYGON_MODE,
+                                 GL_RED_SCALE,
+                                 GL_GREEN_BIAS,
+                                 GL_CURRENT_PROGRAM,
+                                 GL_DRAW_FRAMEBUFFER_BINDING,
+                                 GL_ATTRIB_STACK_DEPTH,
+                                 GL_CLIENT_ATTRIB_STACK_DEPTH,
+                                 GL_READ_FRAMEBUFFER_BINDING,
+                                 GL_CURRENT_RASTER_POSITION};
+using HostState = std::array<std::array<GLdouble, 16>, std::size(kHostState) + 1>;
+
+HostState GetHostState() {
+  HostState state{};
+  for (std::size_t i = 0; i < std::size(kHostState); ++i) glGetDoublev(kHostState[i], state[i].data());
+  GLint unit = 0;
+  glGetIntegerv(GL_ACTIVE_TEXTURE, &unit);
+  glActiveTexture(GL_TEXTURE0);
+  glGetDoublev(GL_CURRENT_TEXTURE_COORDS, state.back().data());
+  glActiveTexture(static_cast<GLenum>(unit));
+  return state;
+}
+
+// A host whose state would spoil every picture.
+void SetHostState() {
+  glViewport(3, 4, 20, 21);
+  glMatrixMode(GL_PROJECTION);
+  glLoadIdentity();
+  glFrustum(-1, 2, -1, 3, 1, 50);
+  glMatrixMode(GL_MODELVIEW);
+  glLoadIdentity();
+  glRotatef(20, 1, 1, 0);
+  glColor4f(0.25F, 0.5F, 0.75F, 0.125F);
+  glTexCoord4f(5, 6, 7, 8);
+  glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE);
+  glBlendFunc(GL_DST_COLOR, GL_ZERO);
+  for (const GLenum capability :
+       {GL_BLEND, GL_CULL_FACE, GL_SCISSOR_TEST, GL_ALPHA_TEST, GL_FOG, GL_LIGHTING, GL_COLOR_MATERIAL})
+    glEnable(static_cast<GLenum>(capability));
+  glScissor(1, 2, 3, 4);
+  glCullFace(GL_FRONT_AND_BACK);
+  glAlphaFunc(GL_NEVER, 0);
+  glPolygonMode(GL_FRONT_AND_BACK, GL_POINT);
+  glPixelTransferf(GL_RED_SCALE, 0.5F);
+  glPixelTransferf(GL_GREEN_BIAS, 0.25F);
+}
+
+// Reads a texture back as it is, whatever the host's pixel transfers are.
+bool ReadBack(RImage& image) {
+  const bool isTexture = image.GetIncarnation() == RImage::kIncarnationGL;
+  if (isTexture) {
+    glPushAttrib(GL_PIXEL_MODE_BIT);
+    glPixelTransferf(GL_RED_SCALE, 1);
+    glPixelTransferf(GL_GREEN_BIAS, 0);
+  }
+  const bool read = image.RequestRawIncarnation(true);
+  if (isTexture) glPopAttrib();
+  return read;
 }
 
 int gDraws = 0;
@@ -126,7 +210,11 @@ struct Entry {
 class Sequence {
  public:
   Sequence(const std::uint8_t* data, std::size_t size, OperatorPlace place)
-      : mInput(data, size), mPlace(place) {}
+      : mInput(data, size), mPlace(place) {
+    if (mPlace != OperatorPlace::kDriver) return;
+    SetHostState();
+    mHostState = GetHostState();
+  }
   ~Sequence() {
     while (!mEntries.empty()) Destroy(0);
   }
@@ -159,7 +247,7 @@ class Sequence {
   void Persist(std::size_t index);
   void Compare(std::size_t index);
   void CheckReferences() const;
-  static void CheckDriver();
+  void CheckDriver() const;
 
   Result Expected(std::size_t index, std::set<const Op*>& path) const;
   Result ExpectedInput(const Op& op, int plug, std::set<const Op*>& path) const;
@@ -171,6 +259,7 @@ class Sequence {
 
   FuzzInput mInput;
   OperatorPlace mPlace;
+  HostState mHostState{};
   std::vector<Entry> mEntries;
   // Operators whose output image somebody else may read or write: what they hold is not foreseen any more.
   std::set<const Op*> mShared;
@@ -464,7 +553,7 @@ void Sequence::Compare(std::size_t index) {
   Check(image.GetWidth() == expected->width && image.GetHeight() == expected->height, "the size of a result");
   RImage copy(image);
   copy.SetDeletable(false);
-  Check(copy.RequestRawIncarnation(true), "a result could not be read back");
+  Check(ReadBack(copy), "a result could not be read back");
   for (int y = 0; y < expected->height; ++y) {
     const std::size_t row = static_cast<std::size_t>(expected->width) * 4;
     Check(std::memcmp(copy.GetImageBits() +
@@ -493,15 +582,17 @@ void Sequence::CheckReferences() const {
   for (const auto& [image, count] : held) Check(image->GetReferenceCount() == count, "a reference count");
 }
 
-void Sequence::CheckDriver() {
+void Sequence::CheckDriver() const {
   const GLenum error = glGetError();
   if (error != GL_NO_ERROR) std::fprintf(stderr, "OpenGL error 0x%X\n", error);
-  GLint attributes = 0;
-  GLint clientAttributes = 0;
-  glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &attributes);
-  glGetIntegerv(GL_CLIENT_ATTRIB_STACK_DEPTH, &clientAttributes);
   Check(error == GL_NO_ERROR, "the driver reports an error");
-  Check(attributes == 0 && clientAttributes == 0, "attributes stay pushed");
+  const HostState state = GetHostState();
+  for (std::size_t i = 0; i < state.size(); ++i) {
+    if (state[i] == mHostState[i]) continue;
+    std::fprintf(stderr, "value 0x%X\n",
+                 i < std::size(kHostState) ? kHostState[i] : GL_CURRENT_TEXTURE_COORDS);
+    Check(false, "the host's state has changed");
+  }
 }
 
 }  // namespace
