@@ -14,19 +14,11 @@ namespace {
 // The levels that the state itself and the scopes within an evaluation take on the attribute stack.
 constexpr GLint kAttributeLevels = 3;
 
-constexpr GLenum kDisabled[] = {GL_ALPHA_TEST,
-                                GL_BLEND,
-                                GL_COLOR_LOGIC_OP,
-                                GL_CULL_FACE,
-                                GL_DEPTH_TEST,
-                                GL_DITHER,
-                                GL_FOG,
-                                GL_LIGHTING,
-                                GL_POLYGON_SMOOTH,
-                                GL_POLYGON_STIPPLE,
-                                GL_SAMPLE_ALPHA_TO_COVERAGE,
-                                GL_SCISSOR_TEST,
-                                GL_STENCIL_TEST};
+constexpr GLenum kDisabled[] = {
+    GL_ALPHA_TEST,   GL_BLEND,          GL_COLOR_LOGIC_OP,  GL_COLOR_MATERIAL,
+    GL_CULL_FACE,    GL_DEPTH_TEST,     GL_DITHER,          GL_FOG,
+    GL_LIGHTING,     GL_POLYGON_SMOOTH, GL_POLYGON_STIPPLE, GL_SAMPLE_ALPHA_TO_COVERAGE,
+    GL_SCISSOR_TEST, GL_STENCIL_TEST};
 
 struct ExtensionCapability {
   GLenum capability;
@@ -106,7 +98,7 @@ void LoadMatrix(GLenum mode, const std::array<double, 16>& matrix) {
 }  // namespace
 
 RGLHostState::RGLHostState() {
-  if (!opengl30() || !HasRoomOnStacks()) return;
+  if (!opengl30() || !HasRoomOnStacks() || GetInteger(GL_RENDER_MODE) != GL_RENDER) return;
   mSaved = true;
   glPushClientAttrib(GL_CLIENT_PIXEL_STORE_BIT);
   glPushAttrib(GL_ALL_ATTRIB_BITS);
@@ -115,6 +107,7 @@ RGLHostState::RGLHostState() {
   mHasPipelines = HasVersion(4, 1) || Advertises("GL_ARB_separate_shader_objects");
   SaveBindings();
   SaveMatrices();
+  glGetFloatv(GL_CURRENT_COLOR, mCurrentColor.data());
   NeutralizeDrawing();
   NeutralizeExtensions();
   NeutralizeTextureUnits();
@@ -133,6 +126,7 @@ RGLHostState::~RGLHostState() {
   gl->glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(mDrawFramebuffer));
   gl->glBindFramebuffer(GL_READ_FRAMEBUFFER, static_cast<GLuint>(mReadFramebuffer));
   glPopAttrib();
+  RestoreCurrentValues();
   gl->glBindBuffer(GL_PIXEL_PACK_BUFFER, static_cast<GLuint>(mPackBuffer));
   gl->glBindBuffer(GL_PIXEL_UNPACK_BUFFER, static_cast<GLuint>(mUnpackBuffer));
   glPopClientAttrib();
@@ -195,6 +189,9 @@ void RGLHostState::NeutralizeTextureUnits() {
     TextureUnit& unit = mTextureUnits[i];
     const auto index = static_cast<GLuint>(i);
     opengl30()->glActiveTexture(GL_TEXTURE0 + index);
+    glGetFloatv(GL_CURRENT_TEXTURE_COORDS, unit.coordinates.data());
+    // Generated coordinates leave the last one, which divides the others, as it is.
+    opengl30()->glMultiTexCoord4f(GL_TEXTURE0 + index, 0, 0, 0, 1);
     glGetDoublev(GL_TEXTURE_MATRIX, unit.matrix.data());
     glLoadIdentity();
     for (const GLenum capability : kDisabledInUnit) glDisable(capability);
@@ -219,4 +216,14 @@ void RGLHostState::RestoreMatrices() const {
   if (mHasColorMatrix) LoadMatrix(GL_COLOR, mColor);
   LoadMatrix(GL_PROJECTION, mProjection);
   LoadMatrix(GL_MODELVIEW, mModelView);
+}
+
+// Mesa takes note of values that were set between glBegin and glEnd only with the next change of state. When
+// that falls between an inner push and its pop, the outer pop does not know that there is something to
+// restore.
+void RGLHostState::RestoreCurrentValues() const {
+  for (std::size_t i = 0; i < mTextureUnits.size(); ++i) {
+    opengl30()->glMultiTexCoord4fv(GL_TEXTURE0 + static_cast<GLenum>(i), mTextureUnits[i].coordinates.data());
+  }
+  glColor4fv(mCurrentColor.data());
 }

@@ -9,7 +9,8 @@
 /// and the model-view and projection matrices are saved, but stay as they are.
 ///
 /// `glPushAttrib` carries most of it. What it leaves out is kept here: matrices, programs, buffers, samplers,
-/// framebuffers and the enables of extensions.
+/// framebuffers and the enables of extensions; and what drivers lose on the way: the current colour and
+/// texture coordinates.
 class RGLHostState {
  public:
   RGLHostState();
@@ -17,14 +18,16 @@ class RGLHostState {
   RGLHostState(const RGLHostState&) = delete;
   RGLHostState& operator=(const RGLHostState&) = delete;
 
-  /// False when nothing was saved or changed: without a context of OpenGL 3.0, or when the host's attribute
-  /// stacks have no room left.
+  /// False when nothing was saved or changed: without a context of OpenGL 3.0, when the host's attribute
+  /// stacks have no room left, and while the host selects or takes feedback, when nothing would be drawn.
   bool IsSaved() const { return mSaved; }
 
  private:
   using Matrix = std::array<double, 16>;
+  using Vector = std::array<float, 4>;
   struct TextureUnit {
     Matrix matrix;
+    Vector coordinates;
     int sampler = 0;
   };
 
@@ -35,9 +38,11 @@ class RGLHostState {
   void NeutralizeTextureUnits();
   void RestoreTextureUnits() const;
   void RestoreMatrices() const;
+  void RestoreCurrentValues() const;
 
   bool mSaved = false;
   std::vector<TextureUnit> mTextureUnits;
+  Vector mCurrentColor{};
   Matrix mModelView{};
   Matrix mProjection{};
   Matrix mColor{};  // only where the driver has a colour matrix

@@ -1,15 +1,26 @@
 #include "operators/ROffscreenTarget.h"
 
 #include <GL/gl.h>
+#include <GL/glext.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <utility>
 
+#include "fp/RFpEntryPoints.h"
 #include "rgl/RGLFunctions.h"
 
 namespace {
+
+// A host with a clip space of its own choice: y downwards, or depths from 0 to 1, where the plane of the
+// drawing lies outside.
+void ResetClipControl() {
+  const RFpEntryPoints& entryPoints = RFpEntryPoints::Get();
+  PFNGLCLIPCONTROLPROC clipControl = nullptr;
+  if (entryPoints.Advertises("GL_ARB_clip_control") && entryPoints.ResolveTo("glClipControl", clipControl))
+    clipControl(GL_LOWER_LEFT, GL_NEGATIVE_ONE_TO_ONE);
+}
 
 // A common area for pictures of different shapes is worth its memory up to this size; beyond it the area
 // takes the shape of the picture at hand.
@@ -73,6 +84,7 @@ void RGLColorBuffer::CopyFrom(const RGLColorBuffer& source, int width, int heigh
 }
 
 void RSetImageDrawing(int width, int height) {
+  ResetClipControl();
   glViewport(0, 0, width, height);
   glMatrixMode(GL_PROJECTION);
   glLoadIdentity();

@@ -3,8 +3,8 @@
 
 #include <optional>
 
-/// Sets the viewport and the matrices for an area of `width` x `height` pixels: vertex (x, y) falls on pixel
-/// (x, y).
+/// Sets the viewport, the clip space and the matrices for an area of `width` x `height` pixels: vertex (x, y)
+/// falls on pixel (x, y).
 void RSetImageDrawing(int width, int height);
 
 /// A framebuffer object with one colour renderbuffer. Needs its context to be current throughout.

@@ -75,6 +75,14 @@ bool HasSamplers() { return Has("GL_ARB_sampler_objects"); }
 bool HasPipelines() { return Has("GL_ARB_separate_shader_objects"); }
 QOpenGLExtraFunctions& Extra() { return *QOpenGLContext::currentContext()->extraFunctions(); }
 
+// A host may have its first row at the top, or depths from 0 to 1, outside of which the pictures lie.
+void ResetClipSpace() {
+  if (!Has("GL_ARB_clip_control")) return;
+  const auto clipControl = reinterpret_cast<PFNGLCLIPCONTROLPROC>(
+      QOpenGLContext::currentContext()->getProcAddress("glClipControl"));
+  if (clipControl) clipControl(GL_LOWER_LEFT, GL_NEGATIVE_ONE_TO_ONE);
+}
+
 }  // namespace
 
 RStereoHostState::RStereoHostState() {
@@ -88,6 +96,7 @@ RStereoHostState::RStereoHostState() {
     glDisable(GL_CLIP_PLANE0 + static_cast<GLenum>(plane));
   glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
   glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+  ResetClipSpace();
   PutProgramsAside();
   PutTextureUnitsAside();
 }

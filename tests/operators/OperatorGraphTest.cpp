@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <tuple>
 
 #include "support/BlendDrawing.h"
 #include "support/HostileState.h"
@@ -86,6 +88,12 @@ TEST_P(HostileHost, SpoilsNothingAndFindsItsStateAgain) {
   EXPECT_EQ(op->ReadLock(&context, 0x1000), 0x1000);
   EXPECT_EQ(StateDifference(before, FullStateText()), "");
   EXPECT_EQ(Corner(*op->GetPlugImage(0, kOut), 64, 64), drawn.bytes) << "read back";
+
+  // A alone, before which nothing else is drawn.
+  op->PresetSet(4);
+  EXPECT_EQ(op->ReadLock(&context, 0x40), 0x307F0);
+  EXPECT_EQ(StateDifference(before, FullStateText()), "");
+  EXPECT_EQ(FromTexture(*op->GetPlugImage(0, kOut), 64, 64).bytes, a.bytes);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, HostileHost, testing::ValuesIn(HostileKinds()),
@@ -495,13 +503,15 @@ TEST_F(OperatorGraphTest, DrawCurrentWithATextureFormOnlyComputes) {
 
 // --- Binding by the caller.
 
-TEST_F(OperatorGraphTest, BindingATextureByRectangle) {
+class RectangleForm : public OperatorGraphTest, public testing::WithParamInterface<int> {};
+
+TEST_P(RectangleForm, BindsATextureAtThePixelPositions) {
   const auto op = Make<RImOpBlend>("blend");
   PutImage(*op, 0, ToImage(NoisePicture(6, 5, 1)));
   EXPECT_NE(op->ReadLock(&context, 0x40), 0);
   const std::string texture = std::to_string(op->GetPlugImage(0, kOut)->GetTextureID());
   const GLRecorder recorder;
-  EXPECT_EQ(op->ReadBind(&context, 0x40, 0, 1), 1);
+  EXPECT_EQ(op->ReadBind(&context, GetParam(), 0, 1), 1);
   EXPECT_EQ(recorder.Text(), "glBindTexture(GL_TEXTURE_2D, " + texture +
                                  ")\n"
                                  "glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, ptr)\n"
@@ -520,7 +530,7 @@ TEST_F(OperatorGraphTest, BindingATextureByRectangle) {
                                  "glEnable(GL_TEXTURE_GEN_S)\n"
                                  "glEnable(GL_TEXTURE_GEN_T)\n");
   const GLRecorder undone;
-  EXPECT_EQ(op->ReadUnBind(&context, 0x40, 0, 1), 1);
+  EXPECT_EQ(op->ReadUnBind(&context, GetParam(), 0, 1), 1);
   EXPECT_EQ(undone.Text(),
             "glPushAttrib(0x1000)\n"
             "glMatrixMode(GL_TEXTURE)\n"
@@ -531,6 +541,8 @@ TEST_F(OperatorGraphTest, BindingATextureByRectangle) {
             "glDisable(GL_TEXTURE_GEN_T)\n");
   glBindTexture(GL_TEXTURE_2D, 0);
 }
+
+INSTANTIATE_TEST_SUITE_P(Forms, RectangleForm, testing::Values(0x40, 0x80));
 
 TEST_F(OperatorGraphTest, BindingATextureByQuadOnAUnit) {
   const auto op = Make<RImOpBlend>("blend");
@@ -568,6 +580,53 @@ TEST_F(OperatorGraphTest, BindingMemorySetsTheRowLength) {
         << "the forms between memories leave it as it is";
   }
   glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+}
+
+// What a stage in memory asks of OpenGL, in its order; the host's row length of uploads stays changed.
+TEST_F(OperatorGraphTest, AStageInMemoryOnlySetsRowLengths) {
+  auto node = std::make_unique<FakeNode>();
+  node->stages = {{0xC0000, 2}};
+  const auto op = Make<NodeOperator>(2, std::move(node));
+  PutImage(*op, 0, MakeImage(3, 2));
+  PutImage(*op, 1, MakeImage(6, 5));
+  const GLRecorder recorder;
+  EXPECT_EQ(op->ReadLock(&context, 0x40000), 0x40000);
+  EXPECT_EQ(recorder.Text(),
+            "glPixelStorei(GL_UNPACK_ROW_LENGTH, 3)\n"
+            "glPixelStorei(GL_UNPACK_ROW_LENGTH, 6)\n"
+            "glPixelStorei(GL_PACK_ROW_LENGTH, 6)\n"
+            "glPixelStorei(GL_PACK_ROW_LENGTH, 0)\n");
+  glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+}
+
+TEST_F(OperatorGraphTest, APlugReadsItsTexture) {
+  const Picture a = NoisePicture(6, 5, 1);
+  const auto image = ToImage(a);
+  RImageOperatorPlug plug(kIn, "in", image.get());
+  EXPECT_EQ(plug.ReadTest(&context, 0x40), 0xC7000);
+  EXPECT_EQ(plug.ReadLock(&context, 0x40), 0x40) << "moved to the card";
+  EXPECT_EQ(image->GetIncarnation(), RImage::kIncarnationGL);
+  EXPECT_EQ(plug.ReadTest(&context, 0x1000), 0x203C0);
+  EXPECT_EQ(plug.ReadUnLock(&context, 0x40), 0x40);
+  EXPECT_EQ(FromTexture(*image, 6, 5).bytes, a.bytes);
+}
+
+TEST_F(OperatorGraphTest, AFittingTextureIsWrittenAsItIs) {
+  const auto image = MakeImage(6, 5);
+  RImageOperatorPlug plug(kOut, "out", image.get());
+  EXPECT_EQ(plug.WriteLock(&context, 0x40, 6, 5), 1);
+  EXPECT_EQ(image->GetIncarnation(), RImage::kIncarnationGL);
+  const unsigned texture = image->GetTextureID();
+  const int updates = image->GetUpdateId();
+  const GLRecorder recorder;
+  for (const int form : {0x1, 0x2, 0x10, 0x20, 0x40, 0x80, 0x100, 0x200, 0x400, 0x1000, 0x2000, 0x4000}) {
+    EXPECT_EQ(plug.WriteLock(&context, form, 6, 5), 1) << form;
+  }
+  EXPECT_EQ(recorder.Text(), "");
+  EXPECT_EQ(image->GetTextureID(), texture);
+  EXPECT_EQ(image->GetUpdateId(), updates + 12);
+  EXPECT_EQ(plug.WriteLock(&context, 0x40000, 6, 5), 1) << "another incarnation";
+  EXPECT_EQ(image->GetIncarnation(), RImage::kIncarnationRaw);
 }
 
 TEST_F(OperatorGraphTest, BindingForWriting) {
@@ -724,6 +783,87 @@ TEST_F(OperatorGraphTest, WhatANodeLeavesBehindDoesNotReachTheNext) {
   op->PresetSet(5);
   EXPECT_EQ(PixelAt(Evaluate(*op), 700, 400), (std::array<unsigned char, 4>{9, 9, 9, 255}));
 }
+
+// Drivers take note of a quad's colours and coordinates at the next change of state only.
+TEST_F(OperatorGraphTest, WhatTheHostWouldDrawWithComesBackAfterANodeThatOnlyDraws) {
+  const Registered registered;
+  const auto op = Make<NodeOperator>(1, MakeNode({0x100, 1}));
+  op->Node().draw = [](RFpContext*, int, int, int width, int height) {
+    static auto* const coordinate = DriverEntryPoint<void(GLenum, GLfloat, GLfloat)>("glMultiTexCoord2f");
+    glBegin(GL_QUADS);
+    for (const auto& [x, y] : {std::pair(0, 0), std::pair(1, 0), std::pair(1, 1), std::pair(0, 1)}) {
+      glColor4f(1, 0, 0, 0.5F);
+      coordinate(GL_TEXTURE0, static_cast<GLfloat>(x), static_cast<GLfloat>(y));
+      coordinate(GL_TEXTURE1, 7, 7);
+      glVertex2i(x * width, y * height);
+    }
+    glEnd();
+  };
+  const Picture a = NoisePicture(6, 5, 1);
+  PutImage(*op, 0, ToImage(a));
+  const std::string before = FullStateText();
+  EXPECT_NE(op->ReadLock(&context, 0x40), 0);
+  EXPECT_EQ(StateDifference(before, FullStateText()), "");
+  EXPECT_EQ(FromTexture(*op->GetPlugImage(0, kOut), 6, 5).bytes, a.bytes);
+}
+
+// In these modes a driver draws nothing, and counts what would be drawn for the host.
+TEST_F(OperatorGraphTest, AHostThatSelectsGetsNoNewResult) {
+  const Picture a = NoisePicture(6, 5, 1);
+  const auto op = Make<RImOpBlend>("blend");
+  PutImage(*op, 0, ToImage(a));
+  std::array<GLuint, 8> hits{};
+  glSelectBuffer(static_cast<GLsizei>(hits.size()), hits.data());
+  glRenderMode(GL_SELECT);
+  EXPECT_EQ(op->ReadLock(&context, 0x40), 0);
+  EXPECT_EQ(glRenderMode(GL_RENDER), 0);
+  EXPECT_EQ(Evaluate(*op).bytes, a.bytes);
+  glRenderMode(GL_SELECT);
+  EXPECT_EQ(op->ReadLock(&context, 0x40), 0x40) << "the stored texture is there";
+  EXPECT_EQ(glRenderMode(GL_RENDER), 0);
+}
+
+// --- Where the inputs come from.
+
+enum class Origin { kMemory, kTexture, kOperator };
+
+class Origins : public OperatorGraphTest, public testing::WithParamInterface<std::tuple<Origin, Origin>> {
+ protected:
+  void TearDown() override {
+    mUpstream.clear();
+    OperatorGraphTest::TearDown();
+  }
+  void Attach(RImOpBlend& op, int plug, Origin origin, const Picture& picture) {
+    if (origin == Origin::kOperator) {
+      mUpstream.push_back(Make<RImOpBlend>("copy"));
+      PutImage(*mUpstream.back(), 0, ToImage(picture));
+      op.SetPlugInputOperator(plug, kIn, mUpstream.back().get());
+      return;
+    }
+    RImage* const image = PutImage(op, plug, ToImage(picture));
+    if (origin == Origin::kTexture) {
+      EXPECT_TRUE(image->RequestGLIncarnation(true));
+    }
+  }
+
+ private:
+  std::vector<RDestroyPtr<RImOpBlend>> mUpstream;
+};
+
+TEST_P(Origins, MakeNoDifference) {
+  const Picture a = NoisePicture(40, 21, 1);
+  const Picture b = NoisePicture(33, 50, 2);
+  const auto op = Make<RImOpBlend>("over");
+  Attach(*op, 0, std::get<0>(GetParam()), a);
+  Attach(*op, 1, std::get<1>(GetParam()), b);
+  op->PresetSet(6);
+  EXPECT_LE(LargestBlendError(Over(), a, b, Evaluate(*op)), 1 + 1e-9);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Pairs, Origins,
+    testing::Combine(testing::Values(Origin::kMemory, Origin::kTexture, Origin::kOperator),
+                     testing::Values(Origin::kMemory, Origin::kTexture, Origin::kOperator)));
 
 TEST_F(OperatorGraphTest, AMemoryNodeInAGraphOfTextures) {
   const Registered registered;

@@ -22,6 +22,7 @@ std::string SpoiledText() {
                                                     "GL_BLEND: 0",
                                                     "GL_CLIP_PLANE1: 0",
                                                     "GL_COLOR_LOGIC_OP: 0",
+                                                    "GL_COLOR_MATERIAL: 0",
                                                     "GL_CULL_FACE: 0",
                                                     "GL_DEPTH_TEST: 0",
                                                     "GL_FOG: 0",
@@ -36,6 +37,7 @@ std::string SpoiledText() {
                                                     "GL_ACTIVE_TEXTURE: 33984",
                                                     "GL_CURRENT_PROGRAM: 0",
                                                     "GL_CURRENT_COLOR: 1 1 1 1",
+                                                    "GL_CURRENT_TEXTURE_COORDS: 0 0 0 1",
                                                     "GL_COLOR_WRITEMASK: 1 1 1 1",
                                                     "GL_PACK_ALIGNMENT: 4",
                                                     "GL_PACK_ROW_LENGTH: 0",
@@ -174,6 +176,66 @@ TEST_F(RGLHostStateTest, FullMatrixStacksDoNotMatter) {
   const std::string before = FullStateText();
   EXPECT_TRUE(RGLHostState().IsSaved());
   EXPECT_EQ(StateDifference(before, FullStateText()), "");
+}
+
+// What is set between glBegin and glEnd, and seen by the driver between an inner push and pop only. With
+// white, which is set anyway, the colour does not tell the driver that there is something to bring back.
+class CurrentValues : public RGLHostStateTest, public testing::WithParamInterface<float> {};
+
+TEST_P(CurrentValues, ThatAQuadSetsComeBack) {
+  const GLTarget target(8, 8);
+  GLint units = 0;
+  glGetIntegerv(GL_MAX_TEXTURE_UNITS, &units);
+  auto* const coordinate =
+      DriverEntryPoint<void(GLenum, GLfloat, GLfloat, GLfloat, GLfloat)>("glMultiTexCoord4f");
+  for (GLint i = 0; i < units; ++i)
+    coordinate(GL_TEXTURE0 + static_cast<GLenum>(i), 1, 2, 3, static_cast<GLfloat>(i));
+  glColor4f(GetParam(), 1, 1, 1);
+  const auto last = [&] {
+    std::array<GLfloat, 4> values{};
+    DriverEntryPoint<void(GLenum)>("glActiveTexture")(GL_TEXTURE0 + static_cast<GLenum>(units) - 1);
+    glGetFloatv(GL_CURRENT_TEXTURE_COORDS, values.data());
+    DriverEntryPoint<void(GLenum)>("glActiveTexture")(GL_TEXTURE0);
+    return values;
+  };
+  const std::string before = FullStateText();
+  const auto lastBefore = last();
+  {
+    const RGLHostState state;
+    glBegin(GL_QUADS);
+    for (const auto& [x, y] : {std::pair(0, 0), std::pair(8, 0), std::pair(8, 8), std::pair(0, 8)}) {
+      glColor4f(1, 0, 0, 1);
+      for (GLint i = 0; i < units; ++i) coordinate(GL_TEXTURE0 + static_cast<GLenum>(i), 9, 9, 9, 9);
+      glVertex2i(x, y);
+    }
+    glEnd();
+    glPushAttrib(GL_TRANSFORM_BIT);
+    glMatrixMode(GL_TEXTURE);
+    glLoadIdentity();
+    glPopAttrib();
+  }
+  EXPECT_EQ(StateDifference(before, FullStateText()), "");
+  EXPECT_EQ(last(), lastBefore);
+}
+
+INSTANTIATE_TEST_SUITE_P(Reds, CurrentValues, testing::Values(0.5F, 1.0F));
+
+TEST_F(RGLHostStateTest, AHostThatSelectsIsLeftAlone) {
+  std::array<GLuint, 8> hits{};
+  glSelectBuffer(static_cast<GLsizei>(hits.size()), hits.data());
+  std::array<GLfloat, 8> feedback{};
+  glFeedbackBuffer(static_cast<GLsizei>(feedback.size()), GL_2D, feedback.data());
+  const std::string before = FullStateText();
+  for (const GLenum mode : std::initializer_list<GLenum>{GL_SELECT, GL_FEEDBACK}) {
+    glRenderMode(mode);
+    {
+      const RGLHostState state;
+      EXPECT_FALSE(state.IsSaved());
+      EXPECT_EQ(StateDifference(before, FullStateText()), "");
+    }
+    EXPECT_EQ(glRenderMode(GL_RENDER), 0) << "nothing was hit or fed back";
+  }
+  EXPECT_TRUE(RGLHostState().IsSaved());
 }
 
 TEST_F(RGLHostStateTest, WithoutAContextNothingIsSaved) {

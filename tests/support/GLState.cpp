@@ -60,7 +60,9 @@ constexpr Value kValues[] = {{GL_VIEWPORT, 4},
                              {GL_RENDERBUFFER_BINDING, 1},
                              {GL_CURRENT_PROGRAM, 1},
                              {GL_CURRENT_COLOR, 4},
-                             {GL_CURRENT_TEXTURE_COORDS, 4},
+                             {GL_CURRENT_SECONDARY_COLOR, 4},
+                             {GL_CURRENT_NORMAL, 3},
+                             {GL_CURRENT_FOG_COORD, 1},
                              {GL_CURRENT_RASTER_POSITION, 4},
                              {GL_COLOR_CLEAR_VALUE, 4},
                              {GL_COLOR_WRITEMASK, 4},
@@ -115,7 +117,7 @@ constexpr GLenum kUnitCapabilities[] = {GL_TEXTURE_1D,       GL_TEXTURE_2D,    G
 constexpr Value kUnitValues[] = {{GL_TEXTURE_BINDING_1D, 1},        {GL_TEXTURE_BINDING_2D, 1},
                                  {GL_TEXTURE_BINDING_3D, 1},        {GL_TEXTURE_BINDING_CUBE_MAP, 1},
                                  {GL_TEXTURE_BINDING_RECTANGLE, 1}, {GL_TEXTURE_MATRIX, 16},
-                                 {GL_TEXTURE_STACK_DEPTH, 1}};
+                                 {GL_TEXTURE_STACK_DEPTH, 1},       {GL_CURRENT_TEXTURE_COORDS, 4}};
 
 constexpr GLenum kEnvironment[] = {GL_TEXTURE_ENV_MODE, GL_COMBINE_RGB,  GL_COMBINE_ALPHA, GL_SOURCE0_RGB,
                                    GL_SOURCE1_RGB,      GL_SOURCE2_RGB,  GL_SOURCE0_ALPHA, GL_SOURCE1_ALPHA,

@@ -210,6 +210,24 @@ void SetDepth() {
   glDepthFunc(GL_NEVER);
 }
 
+// The material follows the current colour.
+void SetColorMaterial() {
+  glEnable(GL_COLOR_MATERIAL);
+  glColor4f(0.5F, 0.25F, 0.125F, 0.0625F);
+}
+
+void SetCurrentCoordinates() {
+  for (GLenum unit = 0; unit < 3; ++unit) {
+    const auto value = static_cast<GLfloat>(unit + 1);
+    DRIVER(glMultiTexCoord4f)(GL_TEXTURE0 + unit, value, 2 * value, 3 * value, 4 * value);
+  }
+}
+
+// Depths from 0 to 1, and the first row at the top.
+void SetClipControl() {
+  if (Advertises("GL_ARB_clip_control")) DRIVER(glClipControl)(GL_UPPER_LEFT, GL_ZERO_TO_ONE);
+}
+
 void SetFog() {
   glEnable(GL_FOG);
   glFogi(GL_FOG_MODE, GL_LINEAR);
@@ -261,8 +279,12 @@ const std::vector<HostileKind>& HostileKinds() {
          glLogicOp(GL_INVERT);
        }},
       {"ClipPlane", SetClipPlane},
+      {"ClipControl", SetClipControl},
+      {"PixelZoom", [] { glPixelZoom(2, -3); }},
       {"Blending", SetBlending},
       {"CurrentColor", [] { glColor4f(0.5F, 0.25F, 0.125F, 0.0625F); }},
+      {"ColorMaterial", SetColorMaterial},
+      {"CurrentCoordinates", SetCurrentCoordinates},
       {"ColorSum",
        [] {
          glEnable(GL_COLOR_SUM);
@@ -338,6 +360,22 @@ void AppendInteger(std::ostringstream& text, GLenum name, const char* label) {
   text << label << ": " << value << '\n';
 }
 
+void AppendMaterial(std::ostringstream& text) {
+  for (const GLenum name : std::initializer_list<GLenum>{GL_AMBIENT, GL_DIFFUSE}) {
+    std::array<GLfloat, 4> color{};
+    DRIVER(glGetMaterialfv)(GL_FRONT, name, color.data());
+    text << "material:";
+    for (const GLfloat value : color) text << ' ' << value;
+    text << '\n';
+  }
+}
+
+void AppendClipping(std::ostringstream& text) {
+  if (!Advertises("GL_ARB_clip_control")) return;
+  AppendInteger(text, GL_CLIP_ORIGIN, "clip origin");
+  AppendInteger(text, GL_CLIP_DEPTH_MODE, "clip depths");
+}
+
 void AppendUnit(std::ostringstream& text, GLenum unit) {
   DRIVER(glActiveTexture)(unit);
   text << "[" << GLEnumName(unit) << "]\n";
@@ -400,6 +438,10 @@ std::string FullStateText() {
   AppendInteger(text, GL_CLAMP_READ_COLOR, "clamp read");
   AppendInteger(text, GL_FOG_MODE, "fog mode");
   AppendInteger(text, GL_STENCIL_FUNC, "stencil function");
+  AppendInteger(text, GL_ZOOM_X, "zoom of columns");
+  AppendInteger(text, GL_ZOOM_Y, "zoom of rows");
+  AppendMaterial(text);
+  AppendClipping(text);
   GLint active = 0;
   DRIVER(glGetIntegerv)(GL_ACTIVE_TEXTURE, &active);
   for (const GLenum unit : std::initializer_list<GLenum>{GL_TEXTURE0, GL_TEXTURE1, GL_TEXTURE2})

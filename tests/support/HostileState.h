@@ -20,7 +20,7 @@ const std::vector<HostileKind>& HostileKinds();
 void SetHostileState();
 
 /// `GLStateText` and what it leaves out: samplers, pipelines, the enables of extensions, clamping, the
-/// environment and generation of texture coordinates, indexed blending.
+/// generation of texture coordinates, the material, the clip space.
 std::string FullStateText();
 
 /// Returns the lines in which two such texts differ; empty when they are equal.
