@@ -131,9 +131,81 @@ class TextureMap {
   const RDDSInfo& mInfo;
 };
 
+RDDSInfo InfoOfKept(const DdsHeader& header, const DdsDirectFormat& format) {
+  RDDSInfo info;
+  info.format = std::ranges::find(kKeptFormats, format.format, &KeptFormat::format)->name;
+  info.width = AtLeastOne(header.width);
+  info.height = AtLeastOne(header.height);
+  info.isVolume = header.IsVolume();
+  // A depth that is no number for the loader counts as 1 there.
+  info.depth = info.isVolume ? nv_dds::CDDSImage::clamp_size(static_cast<int>(header.depth)) : 1;
+  info.levels = AtLeastOne(header.mipMapCount);
+  info.isCubemap = header.IsCubeMap();
+  info.faces = info.isCubemap ? 6 : 1;
+  info.isCompressed = format.compressed;
+  info.isLuminance = format.format == nv_dds::kTextureFormatLuminance;
+  const bool blocksWithAlpha = format.compressed && format.components > 2;
+  info.hasAlpha = blocksWithAlpha ||
+                  (format.components == 4 && (header.pixelFormat.flags & DdsPixelFormat::kAlphaPixels));
+  return info;
+}
+
+RDDSInfo InfoOfStored(const TddsReader& reader) {
+  const DdsLayout& layout = reader.GetLayout();
+  const DdsHeader& header = reader.GetHeader();
+  const DdsHeaderDx10& extension = reader.GetExtension();
+  RDDSInfo info;
+  info.format = layout.name;
+  info.width = reader.GetWidth();
+  info.height = reader.GetHeight();
+  info.isFloat = reader.IsFloat();
+  info.isCompressed = layout.reader == kDdsReaderBlock;
+  info.isLuminance = layout.isLuminance;
+  info.hasAlpha = layout.hasAlpha;
+  info.isPremultiplied = layout.hasAlpha && (layout.code == kDdsCodeDXT2 || layout.code == kDdsCodeDXT4 ||
+                                             extension.IsPremultiplied());
+  info.isVolume =
+      header.IsVolume() || (extension.resourceDimension == DdsHeaderDx10::kDimension3D && header.depth > 0);
+  info.isCubemap = header.IsCubeMap() || (extension.miscFlag & DdsHeaderDx10::kMiscCubeMap);
+  info.depth = info.isVolume ? AtLeastOne(header.depth) : 1;
+  info.levels = std::min(AtLeastOne(header.mipMapCount), kMostLevels);
+  info.faces = std::min(AtLeastOne(extension.arraySize), kMostTextures) * (info.isCubemap ? 6 : 1);
+  return info;
+}
+
+RDDSInfo InfoOfPlaceholder(const TddsReader& reader) {
+  RDDSInfo info;
+  info.format = "placeholder";
+  info.width = reader.GetWidth();
+  info.height = reader.GetHeight();
+  info.hasAlpha = true;
+  info.depth = info.levels = info.faces = 1;
+  return info;
+}
+
 }  // namespace
 
 int RDDSDecoder::LevelSize(int size, int level) { return std::max(size >> std::min(level, 31), 1); }
+
+bool RDDSDecoder::ReadInfo(const char* path, RDDSInfo& info) {
+  if (!path) return false;
+  const std::string clean = RCleanPath(path);
+  DdsHeader header;
+  DdsDirectFormat format;
+  RFile file;
+  if (!file.Open(clean.c_str(), "rb")) return false;
+  if (DdsReadDirectHeader(file, header, format)) {
+    std::vector<DdsLevel> levels;
+    if (!DdsListLevels(header, format, levels)) return false;
+    info = InfoOfKept(header, format);
+    return true;
+  }
+  file.Close();
+  TddsReader reader;
+  if (!reader.ReadHeaders(clean.c_str())) return false;
+  info = InfoOfStored(reader);
+  return true;
+}
 
 bool RDDSDecoder::Load(const char* path) {
   *this = {};
@@ -147,54 +219,12 @@ bool RDDSDecoder::Load(const char* path) {
   file.Close();
   if (mIsKept) {
     if (!mImage.load(mPath.c_str(), false)) return false;
-    DescribeKept(header.pixelFormat.flags);
+    mInfo = InfoOfKept(header, format);
   } else {
     if (mReader.read(mPath.c_str()) != 0) return false;
-    DescribeStored();
+    mInfo = mReader.IsPlaceholder() ? InfoOfPlaceholder(mReader) : InfoOfStored(mReader);
   }
   return true;
-}
-
-void RDDSDecoder::DescribeKept(std::uint32_t pixelFlags) {
-  const auto* row = std::ranges::find(kKeptFormats, mImage.get_format(), &KeptFormat::format);
-  mInfo.format = row->name;
-  mInfo.width = mImage.get_width();
-  mInfo.height = mImage.get_height();
-  mInfo.depth = mImage.is_volume() ? mImage.get_depth() : 1;
-  mInfo.levels = mImage.get_num_mipmaps() + 1;
-  mInfo.faces = mImage.get_num_images();
-  mInfo.isCubemap = mImage.is_cubemap();
-  mInfo.isVolume = mImage.is_volume();
-  mInfo.isCompressed = mImage.is_compressed();
-  mInfo.isLuminance = mImage.get_format() == nv_dds::kTextureFormatLuminance;
-  const bool blocksWithAlpha = mInfo.isCompressed && mImage.get_components() > 2;
-  mInfo.hasAlpha =
-      blocksWithAlpha || (mImage.get_components() == 4 && (pixelFlags & DdsPixelFormat::kAlphaPixels));
-}
-
-void RDDSDecoder::DescribeStored() {
-  mInfo.width = mReader.GetWidth();
-  mInfo.height = mReader.GetHeight();
-  mInfo.isFloat = mReader.IsFloat();
-  mInfo.hasAlpha = true;
-  mInfo.format = "placeholder";
-  mInfo.depth = mInfo.levels = mInfo.faces = 1;
-  if (mReader.IsPlaceholder()) return;
-  const DdsLayout& layout = mReader.GetLayout();
-  const DdsHeader& header = mReader.GetHeader();
-  const DdsHeaderDx10& extension = mReader.GetExtension();
-  mInfo.format = layout.name;
-  mInfo.isCompressed = layout.reader == kDdsReaderBlock;
-  mInfo.isLuminance = layout.isLuminance;
-  mInfo.hasAlpha = layout.hasAlpha;
-  mInfo.isPremultiplied = layout.hasAlpha && (layout.code == kDdsCodeDXT2 || layout.code == kDdsCodeDXT4 ||
-                                              extension.IsPremultiplied());
-  mInfo.isVolume =
-      header.IsVolume() || (extension.resourceDimension == DdsHeaderDx10::kDimension3D && header.depth > 0);
-  mInfo.isCubemap = header.IsCubeMap() || (extension.miscFlag & DdsHeaderDx10::kMiscCubeMap);
-  mInfo.depth = mInfo.isVolume ? AtLeastOne(header.depth) : 1;
-  mInfo.levels = std::min(AtLeastOne(header.mipMapCount), kMostLevels);
-  mInfo.faces = std::min(AtLeastOne(extension.arraySize), kMostTextures) * (mInfo.isCubemap ? 6 : 1);
 }
 
 bool RDDSDecoder::Decode(int face, int level, int slice, Picture& picture) const {

@@ -37,6 +37,11 @@ class RIMAGE_API RDDSDecoder {
   /// file that cannot be decoded does not fail: see `IsPlaceholder`.
   [[nodiscard]] bool Load(const char* path);
 
+  /// Reads what the headers of the file at `path` (UTF-8) say, without its pixels, to `info`. Fails, leaving
+  /// it as it was, for a file that cannot be opened or whose headers are those of no picture that can be
+  /// decoded.
+  [[nodiscard]] static bool ReadInfo(const char* path, RDDSInfo& info);
+
   /// Whether the file cannot be decoded; the only picture then is the 64 x 64 placeholder, (255, 0, 0, 0).
   bool IsPlaceholder() const { return !mIsKept && mReader.IsPlaceholder(); }
   const RDDSInfo& GetInfo() const { return mInfo; }
@@ -54,8 +59,6 @@ class RIMAGE_API RDDSDecoder {
  private:
   struct Picture;
 
-  void DescribeKept(std::uint32_t pixelFlags);
-  void DescribeStored();
   bool Decode(int face, int level, int slice, Picture& picture) const;
   bool DecodeKept(const nv_dds::CTexture& texture, int level, int slice, Picture& picture) const;
   bool DecodeStored(int face, int level, int slice, Picture& picture) const;

@@ -27,8 +27,14 @@ int TddsReader::read(const char* path) {
   RFile file;
   if (!path || !file.Open(path, "rb") || !ReadHeader(file)) return -1;
   // Deliberate: a file that cannot be decoded is a placeholder that can be recognised, not a failure.
-  if (!Decode(file)) MakePlaceholder();
+  if (!Describe(file) || !DecodePixels(file)) MakePlaceholder();
   return MakeChannelRows() ? 0 : -1;
+}
+
+bool TddsReader::ReadHeaders(const char* path) {
+  *this = {};
+  RFile file;
+  return path && file.Open(path, "rb") && ReadHeader(file) && Describe(file);
 }
 
 bool TddsReader::ReadHeader(RFile& file) {
@@ -44,12 +50,12 @@ bool TddsReader::ReadExtension(RFile& file) {
   return file.Read(bytes.data(), bytes.size()) == bytes.size() && mExtension.Read(in);
 }
 
-bool TddsReader::Decode(RFile& file) {
+bool TddsReader::Describe(RFile& file) {
   if (DdsHasExtension(mHeader) && !ReadExtension(file)) return false;
-  return DdsFindLayout(mHeader, mExtension, mLayout) && Describe() && DecodePixels(file);
+  return DdsFindLayout(mHeader, mExtension, mLayout) && FindSizes();
 }
 
-bool TddsReader::Describe() {
+bool TddsReader::FindSizes() {
   constexpr auto kLargest = static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max());
   if (mHeader.width < 1 || mHeader.width > kLargest || mHeader.height < 1 || mHeader.height > kLargest)
     return false;

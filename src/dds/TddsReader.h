@@ -25,6 +25,10 @@ class RIMAGE_API TddsReader {
   /// cannot be decoded, or is cut short, does not fail: it becomes the placeholder, 64 x 64 pixels (255, 0,
   /// 0, 0).
   int read(const char* path);
+  /// Reads the headers of the file at `path` alone, in place of what was held: sizes, channels and layout are
+  /// what `read` gives, but there are no pixels. Returns false for a file that cannot be opened, whose
+  /// headers are cut short, or whose layout or size cannot be decoded.
+  [[nodiscard]] bool ReadHeaders(const char* path);
 
   /// Whether the pixels are the placeholder, not the file's picture.
   bool IsPlaceholder() const { return mIsPlaceholder; }
@@ -59,9 +63,9 @@ class RIMAGE_API TddsReader {
  private:
   bool ReadHeader(RFile& file);
   bool ReadExtension(RFile& file);
-  /// Finds the layout and decodes the pixels; false leaves no pixels.
-  bool Decode(RFile& file);
-  bool Describe();
+  /// Reads what follows the header, up to the pixels, and finds the layout.
+  bool Describe(RFile& file);
+  bool FindSizes();
   bool DecodePixels(RFile& file);
   /// Decodes a slice at the file's position, which has at least `required` bytes more.
   RPixelBuffer DecodeSlice(RFile& file, int width, int height, std::int64_t required) const;

@@ -2,6 +2,7 @@
 // big-endian.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -35,6 +36,9 @@ struct IlbmForm {
   [[nodiscard]] bool Read(RByteReader& in) {
     return chunk.Read(in) && in.Big(type) && chunk.id == IlbmId("FORM") && type == IlbmId("ILBM");
   }
+
+  /// Returns how far the chunks in it go.
+  long Length() const { return static_cast<long>(chunk.size) - 12; }
 };
 
 /// The chunk BMHD.
@@ -67,6 +71,50 @@ struct IlbmHeader {
 /// Colours of the chunk CMAP, and what it may hold at most.
 inline constexpr std::size_t kIlbmColours = 256;
 inline constexpr std::size_t kIlbmColourMapSize = 3 * kIlbmColours;
+
+/// What the chunks before the rows say.
+struct IlbmPreamble {
+  IlbmHeader header;
+  std::array<unsigned char, kIlbmColourMapSize> colours = {};  ///< red, green and blue of each
+  std::uint32_t bodySize = 0;
+
+  /// Reads the chunks of `length` bytes up to the first byte of BODY. Fails when a chunk leads out of the
+  /// file, or BMHD, CMAP and BODY are not there in this order; what was read until then is kept.
+  [[nodiscard]] bool Read(RByteReader& in, long length) {
+    bool hasHeader = false;
+    bool hasColours = false;
+    const std::uint64_t end = length < 0 ? 0 : static_cast<std::uint64_t>(length);
+    for (std::uint64_t consumed = 0; consumed < end;) {
+      IlbmChunk chunk;
+      if (!chunk.Read(in)) return false;
+      if (chunk.id == IlbmId("BODY")) {
+        bodySize = chunk.size;
+        return hasColours;
+      }
+      if (chunk.id == IlbmId("BMHD")) {
+        if (!header.Read(in)) return false;
+        hasHeader = true;
+      } else if (chunk.id == IlbmId("CMAP")) {
+        if (!hasHeader || !ReadColours(in, chunk.size)) return false;
+        hasColours = true;
+      } else if (!in.Skip(chunk.size)) {
+        return false;
+      }
+      // A pad byte behind data of odd size is neither skipped nor counted.
+      consumed += std::uint64_t{chunk.size} + IlbmChunk::kSize;
+    }
+    return false;
+  }
+
+ private:
+  bool ReadColours(RByteReader& in, std::uint64_t size) {
+    const std::size_t held = std::min<std::uint64_t>(size, colours.size());
+    if (!in.Bytes(colours.data(), held)) return false;
+    // Deliberate: past a map that is too large it goes on by all of the size but 4 bytes, not by what was not
+    // read.
+    return size <= colours.size() || in.Skip(size - 4);
+  }
+};
 
 /// Decodes ByteRun1 from the reader until `out` is full: a control byte below 128 comes before one byte more
 /// than that which are taken as they are, one from 128 before a byte that is repeated 257 less the control

@@ -45,6 +45,20 @@ void WarnOfVersion(float version) {
   std::fprintf(stderr, "Attempt to read: An error may occur...\n");
 }
 
+[[nodiscard]] bool ReadHeader(std::FILE* file, PicHeader& header) {
+  unsigned char bytes[PicHeader::kSize];
+  const std::size_t size = std::fread(bytes, 1, sizeof bytes, file);
+  return header.Read(RByteReader({bytes, size})) && header.magic == PicHeader::kMagic;
+}
+
+// Returns the id, or 0 when the file ends before it.
+long ReadId(std::FILE* file) {
+  unsigned char bytes[sizeof kPicId];
+  std::uint32_t id = 0;
+  RByteReader in({bytes, std::fread(bytes, 1, sizeof bytes, file)});
+  return in.Big(id) ? static_cast<long>(id) : 0;
+}
+
 std::string PicturePath(std::string_view name) {
   constexpr std::string_view kSuffix = ".pic";
   std::string path(name);
@@ -74,6 +88,12 @@ void ReadDimensions(std::FILE* file, RPrivatePicture& picture) {
     packets = &packet->next;
   } while (bytes[0] != 0);
   return true;
+}
+
+// Reads what stands between the id and the scanlines. Fails when memory runs out.
+[[nodiscard]] bool ReadDescription(std::FILE* file, RPrivatePicture& picture, channelPacket** packets) {
+  ReadDimensions(file, picture);
+  return ReadPackets(file, packets);
 }
 
 using Writer = RKeepingRowWriter;
@@ -139,16 +159,12 @@ void channelPacketDispose(channelPacket** packets) {
 }
 
 long headerReadBinary(std::FILE* file, float* version, char* comment) {
-  unsigned char bytes[PicHeader::kSize];
   PicHeader header;
-  if (!file || !header.Read(RByteReader({bytes, std::fread(bytes, 1, sizeof bytes, file)}))) return 0;
-  if (header.magic != PicHeader::kMagic) return 0;
+  if (!file || !ReadHeader(file, header)) return 0;
   if (version) *version = header.version;
   if (comment) std::strncpy(comment, header.comment.data(), header.comment.size());
   WarnOfVersion(header.version);
-  std::uint32_t id = 0;
-  RByteReader in({bytes, std::fread(bytes, 1, sizeof id, file)});
-  return in.Big(id) ? static_cast<long>(id) : 0;
+  return ReadId(file);
 }
 
 std::FILE* pictureReadFileHeader(const char* name, RPrivatePicture* picture, channelPacket** packets) {
@@ -157,8 +173,14 @@ std::FILE* pictureReadFileHeader(const char* name, RPrivatePicture* picture, cha
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(WideCharFileOpen(PicturePath(name).c_str(), "rb"),
                                                        std::fclose);
   if (!file || headerReadBinary(file.get(), nullptr, nullptr) != kPicId) return nullptr;
-  ReadDimensions(file.get(), *picture);
-  return ReadPackets(file.get(), packets) ? file.release() : nullptr;
+  return ReadDescription(file.get(), *picture, packets) ? file.release() : nullptr;
+}
+
+bool pictureReadOpenFileHeader(std::FILE* file, RPrivatePicture* picture, channelPacket** packets) {
+  if (!file || !picture || !packets) return false;
+  *packets = nullptr;
+  PicHeader header;
+  return ReadHeader(file, header) && ReadId(file) == kPicId && ReadDescription(file, *picture, packets);
 }
 
 bool pictureReadScanline(std::FILE* file, RPrivatePicture* picture, channelPacket* packets) {

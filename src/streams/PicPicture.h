@@ -67,6 +67,10 @@ RIMAGE_API long headerReadBinary(std::FILE* file, float* version, char* comment)
 RIMAGE_API std::FILE* pictureReadFileHeader(const char* name, RPrivatePicture* picture,
                                             channelPacket** packets);
 
+/// The same for a stream that is open, from its position on; it stays open, and a late version is no reason
+/// for a warning. Returns whether it is a picture.
+RIMAGE_API bool pictureReadOpenFileHeader(std::FILE* file, RPrivatePicture* picture, channelPacket** packets);
+
 /// Reads one scanline of every packet to the write pointers, and moves each channel's write pointer on by the
 /// width, once for every packet that has the channel. Samples go no further than 2 x width bytes into a
 /// buffer: those past its end, and those of a channel without a buffer, are read and dropped. The end of the

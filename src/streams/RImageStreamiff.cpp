@@ -21,7 +21,7 @@ bool RImageStreamiff::Open() {
   mIn = RByteReader(mFile.Bytes());
   IlbmForm form;
   if (!form.Read(mIn)) return false;
-  mLength = static_cast<long>(form.chunk.size) - 12;
+  mLength = form.Length();
   mPlanes.reset(new (std::nothrow) RPrivateBitMap);
   return mPlanes != nullptr;
 }
@@ -30,51 +30,25 @@ void RImageStreamiff::Close() {
   mPlanes.reset();
   mIn = RByteReader({});
   mFile = {};
-  mHeader = {};
-  mColourMap = {};
+  mPreamble = {};
 }
 
 bool RImageStreamiff::read_ilbm(long length) {
   if (!mPlanes || length < 1) return false;
   free_planes(mPlanes.get());
-  bool hasHeader = false;
-  bool hasColours = false;
-  for (std::uint64_t consumed = 0; consumed < static_cast<std::uint64_t>(length);) {
-    IlbmChunk chunk;
-    if (!chunk.Read(mIn)) return false;
-    if (chunk.id == IlbmId("BODY")) return hasColours && read_body(chunk.size);
-    if (chunk.id == IlbmId("BMHD")) {
-      if (!mHeader.Read(mIn)) return false;
-      hasHeader = true;
-    } else if (chunk.id == IlbmId("CMAP")) {
-      if (!hasHeader || !ReadColourMap(chunk.size)) return false;
-      hasColours = true;
-    } else if (!mIn.Skip(chunk.size)) {
-      return false;
-    }
-    // A pad byte behind data of odd size is neither skipped nor counted.
-    consumed += std::uint64_t{chunk.size} + IlbmChunk::kSize;
-  }
-  return false;
-}
-
-bool RImageStreamiff::ReadColourMap(std::uint64_t size) {
-  const std::size_t held = std::min<std::uint64_t>(size, mColourMap.size());
-  if (!mIn.Bytes(mColourMap.data(), held)) return false;
-  // Deliberate: past a map that is too large it goes on by all of the size but 4 bytes, not by what was not
-  // read.
-  return size <= mColourMap.size() || mIn.Skip(size - 4);
+  return mPreamble.Read(mIn, length) && read_body(mPreamble.bodySize);
 }
 
 bool RImageStreamiff::read_body(long) {
-  const std::uint64_t imageBytes = std::uint64_t{4} * mHeader.width * mHeader.height;
-  if (!mPlanes || mHeader.compression > 1 || mHeader.nPlanes > 8 ||
-      mHeader.height > RPrivateBitMap::kMaxRows || !RIsCredibleImage(imageBytes, mFile.Bytes().size())) {
+  const IlbmHeader& header = mPreamble.header;
+  const std::uint64_t imageBytes = std::uint64_t{4} * header.width * header.height;
+  if (!mPlanes || header.compression > 1 || header.nPlanes > 8 || header.height > RPrivateBitMap::kMaxRows ||
+      !RIsCredibleImage(imageBytes, mFile.Bytes().size())) {
     return false;
   }
-  mPlanes->bytesPerRow = mHeader.BytesPerRow();
-  mPlanes->rows = mHeader.height;
-  mPlanes->depth = mHeader.nPlanes;
+  mPlanes->bytesPerRow = header.BytesPerRow();
+  mPlanes->rows = header.height;
+  mPlanes->depth = header.nPlanes;
   for (std::size_t row = 0; row < mPlanes->rows; ++row) {
     if (ReadRow(row)) continue;
     free_planes(mPlanes.get());
@@ -88,7 +62,7 @@ bool RImageStreamiff::ReadRow(std::size_t row) {
   mPlanes->row[row].reset(new (std::nothrow) unsigned char[size]);
   if (!mPlanes->row[row]) return false;
   RRowWriter out({mPlanes->row[row].get(), size});
-  return mHeader.compression == 0 ? out.Copy(mIn, size) : IlbmDecodeRow(mIn, out);
+  return mPreamble.header.compression == 0 ? out.Copy(mIn, size) : IlbmDecodeRow(mIn, out);
 }
 
 void RImageStreamiff::free_planes(RPrivateBitMap* planes) {
@@ -99,14 +73,14 @@ void RImageStreamiff::free_planes(RPrivateBitMap* planes) {
 bool RImageStreamiff::FillImage() {
   RImage* image = GetImage(true);
   std::span<unsigned char> pixels;
-  if (!image || !RInitImageTarget(*image, kImageFormatRGBA, mHeader.width, mHeader.height,
+  if (!image || !RInitImageTarget(*image, kImageFormatRGBA, mPreamble.header.width, mPreamble.header.height,
                                   mFile.Bytes().size(), pixels)) {
     return false;
   }
-  const IlbmPixels converter(mColourMap);
+  const IlbmPixels converter(mPreamble.colours);
   const std::size_t rowSize = std::size_t{mPlanes->depth} * mPlanes->bytesPerRow;
   for (std::size_t row = 0; row < mPlanes->rows; ++row) {
-    const auto target = pixels.last(std::size_t{4} * mHeader.width);
+    const auto target = pixels.last(std::size_t{4} * mPreamble.header.width);
     converter.WriteRow({mPlanes->row[row].get(), rowSize}, mPlanes->bytesPerRow, target);
     pixels = pixels.first(pixels.size() - target.size());
   }

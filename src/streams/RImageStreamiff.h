@@ -58,14 +58,12 @@ class RIMAGE_API RImageStreamiff : public RImageStream {
  private:
   bool Open();
   void Close();
-  bool ReadColourMap(std::uint64_t size);
   bool ReadRow(std::size_t row);
   bool FillImage();
 
   RFileContents mFile;
   RByteReader mIn{{}};
   long mLength = 0;
-  IlbmHeader mHeader;
-  std::array<unsigned char, kIlbmColourMapSize> mColourMap = {};
+  IlbmPreamble mPreamble;
   std::unique_ptr<RPrivateBitMap> mPlanes;
 };

@@ -19,27 +19,21 @@ constexpr unsigned kColourMask = 0xE0;
 constexpr std::size_t kColours = 3;
 constexpr std::size_t kPixelBytes = 4;
 
-// An open picture with everything before its scanlines.
-struct PictureFile {
-  PictureFile() = default;
-  ~PictureFile() {
-    if (file) std::fclose(file);
+// What stands before the scanlines of a picture.
+struct PictureHeader {
+  PictureHeader() : picture(pictureAllocate()) {}
+  ~PictureHeader() {
     pictureDispose(&picture);
     channelPacketDispose(&packets);
   }
-  PictureFile(const PictureFile&) = delete;
-  PictureFile& operator=(const PictureFile&) = delete;
+  PictureHeader(const PictureHeader&) = delete;
+  PictureHeader& operator=(const PictureHeader&) = delete;
 
-  [[nodiscard]] bool Open(const char* name) {
-    picture = pictureAllocate();
-    file = pictureReadFileHeader(name, picture, &packets);
-    return file != nullptr;
-  }
-
-  RPrivatePicture* picture = nullptr;
+  RPrivatePicture* picture;
   channelPacket* packets = nullptr;
-  std::FILE* file = nullptr;
 };
+
+using OpenFile = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 // What is left of an open file, read at once.
 class RestOfFile {
@@ -284,19 +278,20 @@ class ScanlineDecoder {
   bool mEnded = false;
 };
 
-bool FillImage(RImage& image, const PictureFile& file) {
+bool FillImage(RImage& image, const PictureHeader& header, std::FILE* file) {
+  const RPrivatePicture& picture = *header.picture;
   RestOfFile rest;
   std::span<unsigned char> pixels;
-  if (!rest.Measure(file.file) || !RInitImageTarget(image, kImageFormatRGBA, file.picture->width,
-                                                    file.picture->height, rest.FileSize(), pixels)) {
+  if (!rest.Measure(file) ||
+      !RInitImageTarget(image, kImageFormatRGBA, picture.width, picture.height, rest.FileSize(), pixels)) {
     return false;
   }
   // Packets of no pixels take no bytes: without an end in sight they would cost time on every scanline.
   if (pixels.empty()) return true;
-  if (!rest.Read(file.file)) return false;
-  ScanlineDecoder scanlines(rest.Bytes(), file.picture->width);
-  if (!scanlines.Allocate(file.packets)) return false;
-  const std::size_t rowBytes = kPixelBytes * file.picture->width;
+  if (!rest.Read(file)) return false;
+  ScanlineDecoder scanlines(rest.Bytes(), picture.width);
+  if (!scanlines.Allocate(header.packets)) return false;
+  const std::size_t rowBytes = kPixelBytes * picture.width;
   std::span<const unsigned char> above = scanlines.FirstAbove();
   for (; !pixels.empty(); pixels = pixels.first(pixels.size() - rowBytes)) {
     scanlines.Next(pixels.last(rowBytes), above);
@@ -312,8 +307,15 @@ RImageStreampict::RImageStreampict() = default;
 RImageStreampict::~RImageStreampict() { RunTeardown(); }
 
 bool RImageStreampict::StreamOpen(RStreamOptions*) {
-  PictureFile file;
-  if (!file.Open(GetFileName())) return false;
+  PictureHeader header;
+  const OpenFile file(pictureReadFileHeader(GetFileName(), header.picture, &header.packets), std::fclose);
+  RImage* image = file ? GetImage(true) : nullptr;
+  return image && FillImage(*image, header, file.get());
+}
+
+bool RImageStreampict::ReadPicture(std::FILE* file) {
+  PictureHeader header;
+  if (!pictureReadOpenFileHeader(file, header.picture, &header.packets)) return false;
   RImage* image = GetImage(true);
-  return image && FillImage(*image, file);
+  return image && FillImage(*image, header, file);
 }

@@ -19,4 +19,7 @@ class RIMAGE_API RImageStreampict : public RImageStream {
   /// A file that ends early is no failure: samples that a scanline does not give are those of the scanline
   /// above, or 0 in the first. A version above 2.6 makes two lines of warning on standard error.
   bool StreamOpen(RStreamOptions* options) override;
+  /// Reads the picture in a stream that is open, from its position to its end; it stays open. Gives no
+  /// warning. Fails as `StreamOpen` does, and for a stream that cannot seek.
+  bool ReadPicture(std::FILE* file);
 };

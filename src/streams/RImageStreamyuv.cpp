@@ -10,16 +10,6 @@
 
 namespace {
 
-// The lines of a frame of `size` bytes, or 0 when there is no such frame.
-int LinesOfFile(std::int64_t size) {
-  for (const int lines : {kYuvLines, kYuvLongLines}) {
-    const auto bytes = static_cast<std::int64_t>(kYuvLineBytes) * lines;
-    // Deliberate: one byte less is a frame too.
-    if (size == bytes || size == bytes - 1) return lines;
-  }
-  return 0;
-}
-
 [[nodiscard]] bool ReadFrame(RFile& file, int lines, std::span<unsigned char> pixels) {
   const std::size_t size = kYuvLineBytes * static_cast<std::size_t>(lines);
   const RPixelBuffer frame = RAllocatePixels(size);
@@ -70,7 +60,7 @@ bool RImageStreamyuv::StreamOpen(RStreamOptions*) {
   RFile file;
   if (!file.Open(GetFileName(), "rb")) return false;
   const std::int64_t size = file.GetSize();
-  const int lines = LinesOfFile(size);
+  const int lines = YuvLinesOf(size);
   RImage* image = lines > 0 ? GetImage(true) : nullptr;
   std::span<unsigned char> pixels;
   return image &&

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 #include "image/RImageExport.h"
@@ -19,6 +20,16 @@ inline constexpr int kYuvLongLines = 576;  ///< of the other frames that are rea
 inline constexpr std::size_t kYuvLineBytes = std::size_t{2} * kYuvWidth;
 inline constexpr std::size_t kYuvRowBytes =
     std::size_t{3} * kYuvWidth;  ///< of the same pixels in 3 bytes each
+
+/// Returns the lines of a frame of `size` bytes, or 0 when there is no such frame.
+constexpr int YuvLinesOf(std::int64_t size) {
+  for (const int lines : {kYuvLines, kYuvLongLines}) {
+    const auto bytes = static_cast<std::int64_t>(kYuvLineBytes) * lines;
+    // Deliberate: one byte less is a frame too.
+    if (size == bytes || size == bytes - 1) return lines;
+  }
+  return 0;
+}
 
 /// Converts a line to pixels of 3 bytes.
 ///

@@ -77,6 +77,26 @@ TEST_P(DdsSamplesTest, DecodesEveryLevelFaceAndSlice) {
   }
 }
 
+TEST_P(DdsSamplesTest, TheHeadersAloneTellTheSame) {
+  if (mDecoder.IsPlaceholder()) return;
+  RDDSInfo info;
+  ASSERT_TRUE(RDDSDecoder::ReadInfo(GetParam().path.c_str(), info));
+  const RDDSInfo& loaded = mDecoder.GetInfo();
+  EXPECT_STREQ(info.format, loaded.format);
+  EXPECT_EQ(info.width, loaded.width);
+  EXPECT_EQ(info.height, loaded.height);
+  EXPECT_EQ(info.depth, loaded.depth);
+  EXPECT_EQ(info.levels, loaded.levels);
+  EXPECT_EQ(info.faces, loaded.faces);
+  EXPECT_EQ(info.isCubemap, loaded.isCubemap);
+  EXPECT_EQ(info.isVolume, loaded.isVolume);
+  EXPECT_EQ(info.isCompressed, loaded.isCompressed);
+  EXPECT_EQ(info.isFloat, loaded.isFloat);
+  EXPECT_EQ(info.isLuminance, loaded.isLuminance);
+  EXPECT_EQ(info.hasAlpha, loaded.hasAlpha);
+  EXPECT_EQ(info.isPremultiplied, loaded.isPremultiplied);
+}
+
 TEST_P(DdsSamplesTest, LayoutsWithoutAlphaAreOpaque) {
   if (mDecoder.GetInfo().hasAlpha) return;
   const test::Picture picture = DecodePicture(mDecoder);

@@ -59,6 +59,48 @@ class RDDSDecoderTest : public testing::Test {
   RDDSDecoder mDecoder;
 };
 
+// --- The headers alone.
+
+TEST_F(RDDSDecoderTest, ReadsTheHeadersOfAFileWithoutPixels) {
+  RDDSInfo info;
+  const auto kept = mFolder.Write("kept.dds", DdsBuilder(8, 4).Code("DXT5").Mipmaps(3).File());
+  ASSERT_TRUE(RDDSDecoder::ReadInfo(kept.c_str(), info));
+  EXPECT_STREQ(info.format, "DXT5");
+  EXPECT_EQ(info.levels, 3);
+  const auto stored = mFolder.Write("stored.dds", DdsBuilder(8, 4).Dxgi(98).File());
+  ASSERT_TRUE(RDDSDecoder::ReadInfo(stored.c_str(), info));
+  EXPECT_STREQ(info.format, "BC7_UNORM");
+  EXPECT_EQ(info.width, 8);
+  EXPECT_EQ(info.height, 4);
+}
+
+TEST_F(RDDSDecoderTest, HeadersOfNoPictureAreRefused) {
+  RDDSInfo info;
+  info.width = 77;
+  const auto fails = [&](const Bytes& file) {
+    return !RDDSDecoder::ReadInfo(mFolder.Write("bad.dds", file).c_str(), info);
+  };
+  const Bytes good = DdsBuilder(8, 4).Dxgi(98).File();
+  EXPECT_TRUE(fails({}));
+  EXPECT_TRUE(fails({good.begin(), good.begin() + 127}));
+  EXPECT_TRUE(fails({good.begin(), good.begin() + 147})) << "the extension is cut short";
+  EXPECT_TRUE(fails(DdsBuilder(8, 4).Dxgi(500).File()));
+  EXPECT_TRUE(fails(DdsBuilder(0, 4).Dxgi(98).File()));
+  EXPECT_TRUE(fails(DdsBuilder(0, 4).Code("DXT1").File()));
+  EXPECT_TRUE(fails(DdsBuilder(4, 4).Code("DXT1").Mipmaps(33).File()));
+  EXPECT_FALSE(RDDSDecoder::ReadInfo(nullptr, info));
+  EXPECT_FALSE(RDDSDecoder::ReadInfo(mFolder.Path("none.dds").c_str(), info));
+  EXPECT_EQ(info.width, 77);
+}
+
+// A depth above 2^31 is 1 for the loader; slices that it did not load must not be promised.
+TEST_F(RDDSDecoderTest, AVolumesDepthIsTheLoaders) {
+  ASSERT_TRUE(Load(DdsBuilder::Rgba(1, 1).Volume(0xFFFFFFFF).Data({1, 2, 3, 4})));
+  EXPECT_EQ(Info().depth, 1);
+  EXPECT_EQ(Decode(), (Bytes{1, 2, 3, 4}));
+  EXPECT_EQ(Decode(0, 0, 1), Bytes());
+}
+
 // --- Files that the loader keeps.
 
 TEST_F(RDDSDecoderTest, DescribesACubeMapWithLevels) {

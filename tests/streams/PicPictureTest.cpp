@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 
+#include "support/MemoryFile.h"
 #include "support/PicBuilder.h"
 #include "support/RunLengthEncoders.h"
 #include "support/TestData.h"
@@ -296,6 +297,24 @@ TEST_F(PicOpen, IsNullWithoutArguments) {
   EXPECT_EQ(pictureReadFileHeader(nullptr, mPicture, &mPackets), nullptr);
   EXPECT_EQ(pictureReadFileHeader(path.c_str(), nullptr, &mPackets), nullptr);
   EXPECT_EQ(pictureReadFileHeader(path.c_str(), mPicture, nullptr), nullptr);
+}
+
+TEST_F(PicOpen, AnOpenFileNeedsAllArguments) {
+  const test::MemoryFile bytes(PicBuilder::Make(1, 1, {{0, 0xE0}}, {}).Build(), ".pic");
+  std::FILE* file = std::fopen(bytes.Path(), "rb");
+  ASSERT_NE(file, nullptr);
+  RPrivatePicture* picture = pictureAllocate();
+  channelPacket* packets = nullptr;
+  EXPECT_FALSE(pictureReadOpenFileHeader(nullptr, picture, &packets));
+  EXPECT_FALSE(pictureReadOpenFileHeader(file, nullptr, &packets));
+  EXPECT_FALSE(pictureReadOpenFileHeader(file, picture, nullptr));
+  EXPECT_TRUE(pictureReadOpenFileHeader(file, picture, &packets));
+  EXPECT_EQ(picture->width, 1);
+  ASSERT_NE(packets, nullptr);
+  EXPECT_EQ(packets->channel, 0xE0);
+  std::fclose(file);
+  channelPacketDispose(&packets);
+  pictureDispose(&picture);
 }
 
 TEST_F(PicOpen, AnyChainedByteButZeroMeansAnotherPacket) {

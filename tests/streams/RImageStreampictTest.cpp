@@ -126,6 +126,38 @@ TEST(RImageStreampict, ALaterVersionWarnsAndLoads) {
             "Attempt to read: An error may occur...\n");
 }
 
+// --- From a stream that is open
+
+TEST(RImageStreampict, ReadsAnOpenFileFromItsPositionAndLeavesItOpen) {
+  auto picture = PicBuilder::Make(1, 2, {{0, 0xE0}}, {1, 2, 3, 4, 5, 6});
+  picture.version = 3;
+  const test::MemoryFile bytes(test::Join({{9, 9}, picture.Build()}), ".bin");
+  std::FILE* file = std::fopen(bytes.Path(), "rb");
+  ASSERT_NE(file, nullptr);
+  ASSERT_EQ(std::fseek(file, 2, SEEK_SET), 0);
+  RImageStreampict stream;
+  testing::internal::CaptureStderr();
+  const bool read = stream.ReadPicture(file);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "a later version is no reason to warn";
+  const RDestroyPtr<RImage> image(stream.GetImage(false));
+  ASSERT_TRUE(read);
+  EXPECT_EQ(PixelsOf(image.get()), (Bytes{4, 5, 6, 255, 1, 2, 3, 255}));
+  EXPECT_EQ(std::fseek(file, 0, SEEK_SET), 0);
+  EXPECT_EQ(std::fgetc(file), 9);
+  std::fclose(file);
+}
+
+TEST(RImageStreampict, AnOpenFileWithoutAPictureIsRefused) {
+  const test::MemoryFile bytes(Bytes(200, 1), ".pic");
+  std::FILE* file = std::fopen(bytes.Path(), "rb");
+  ASSERT_NE(file, nullptr);
+  RImageStreampict stream;
+  EXPECT_FALSE(stream.ReadPicture(file));
+  EXPECT_FALSE(stream.ReadPicture(nullptr));
+  EXPECT_EQ(stream.GetImage(false), nullptr);
+  std::fclose(file);
+}
+
 TEST(RImageStreampict, AddsTheSuffixToTheName) {
   const test::TemporaryFolder folder;
   folder.Write("shot.pic", PicBuilder::Make(1, 1, {{0, 0xE0}}, {1, 2, 3}).Build());
