@@ -61,6 +61,11 @@ install(FILES ${PROJECT_BINARY_DIR}/rimageConfig.cmake ${PROJECT_BINARY_DIR}/rim
 configure_file(cmake/rimage.pc.in ${PROJECT_BINARY_DIR}/rimage.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/rimage.pc DESTINATION ${rimage_pkgconfig_dir} COMPONENT module)
 
+if(TARGET rimage_qt6)
+  file(RELATIVE_PATH rimage_lib_from_plugin
+    ${CMAKE_INSTALL_PREFIX}/${RIMAGE_QT_PLUGIN_DIR}/imageformats ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(rimage_qt6 PROPERTIES INSTALL_RPATH "$ORIGIN/${rimage_lib_from_plugin}")
+endif()
 if(TARGET rimage_tool)
   set_target_properties(rimage_tool PROPERTIES INSTALL_RPATH "${rimage_bin_rpath}")
 endif()

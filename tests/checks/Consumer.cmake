@@ -1,9 +1,9 @@
 # Builds programs against an installed rimage, with find_package and with pkg-config, and runs them and the installed
-# tool. The installed tree is moved first, so that nothing in it may name the place where it was made.
+# tool and Qt plugin. The installed tree is moved first, so that nothing in it may name the place where it was made.
 #
 #   SOURCE, BUILD       folders of the project and of its build, which has been built
 #   WORK                folder for everything that is made here; emptied first
-#   LIBDIR, GENERATOR, COMPILER, FLAGS      as in the build
+#   LIBDIR, QT_PLUGIN_DIR, GENERATOR, COMPILER, FLAGS      as in the build
 cmake_policy(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/ConsumerSteps.cmake)
 
@@ -28,6 +28,16 @@ endforeach()
 set(ENV{LD_LIBRARY_PATH} ${WORK}/prefix/${LIBDIR})
 run_consumer(${WORK}/pkg-config)
 unset(ENV{LD_LIBRARY_PATH})
+
+# The Qt plugin finds its libraries by itself, and Qt finds the plugin by one variable. There is no display.
+if(EXISTS ${WORK}/prefix/${QT_PLUGIN_DIR})
+  unset(ENV{DISPLAY})
+  set(ENV{QT_PLUGIN_PATH} ${WORK}/prefix/${QT_PLUGIN_DIR})
+  foreach(sample sgi/imgx_rle-rgba8.rgb pic/gen_qt_odd.pic iff/gen_pbm_p8_rle.iff dds/oiio_dds_bc7.dds)
+    run(${WORK}/consumer/qt_pictures ${SOURCE}/tests/data/${sample} ${SOURCE}/tests/data/${sample}.expected.png)
+  endforeach()
+  unset(ENV{QT_PLUGIN_PATH})
+endif()
 
 if(EXISTS ${WORK}/prefix/bin/rimage)
   run(${WORK}/prefix/bin/rimage formats)
