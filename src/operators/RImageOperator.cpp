@@ -145,7 +145,7 @@ void RImageOperator::SetPlugDirty(int index, RPlugType type) {
 
 void RImageOperator::AppendPlug(RPlugType type, const RString& name) {
   auto plug = std::make_unique<RImageOperatorPlug>(type, name, nullptr);
-  if (RArrayHelper::InsertAt(mPlugs[type], GetNbPlugs(type), plug.get())) plug.release();
+  if (RArrayHelper::InsertAt(mPlugs[type], GetNbPlugs(type), plug.get())) static_cast<void>(plug.release());
 }
 
 void RImageOperator::ClearPlugs(RPlugType type) {

@@ -7,6 +7,7 @@
 
 RImageOperatorPlug::RImageOperatorPlug(long type) : RImageOperatorPlug(type, "undefined", nullptr) {}
 
+// The host hands names over by reference. NOLINTNEXTLINE(modernize-pass-by-value)
 RImageOperatorPlug::RImageOperatorPlug(long type, const RString& name, RImage* image)
     : mName(name), mImage(image), mFlags(static_cast<std::uint32_t>(type)) {}
 

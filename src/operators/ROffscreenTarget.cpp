@@ -24,7 +24,7 @@ void ResetClipControl() {
 
 // A common area for pictures of different shapes is worth its memory up to this size; beyond it the area
 // takes the shape of the picture at hand.
-constexpr std::int64_t kGenerousPixels = 4096 * 4096;
+constexpr std::int64_t kGenerousPixels = std::int64_t{4096} * 4096;
 
 bool IsWithinLimits(int width, int height) {
   GLint size = 0;
