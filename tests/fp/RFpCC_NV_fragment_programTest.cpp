@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "support/GLTest.h"
+#include "support/NVProgramCalls.h"
 #include "support/RandomCorrection.h"
-#include "support/shim/NVProgramInterpreter.h"
 
 namespace test {
 namespace {
@@ -58,57 +58,24 @@ const std::string kThreeZones =
     "MAD o[COLR], R3.wwww, pb, R4;"
     "END";
 
-struct Load {
-  GLenum target;
-  GLuint name;
-  GLsizei length;
-  std::string text;
-};
-std::vector<Load> gLoads;
-
-void LoadProgram(GLenum target, GLuint name, GLsizei length, const GLubyte* text) {
-  gLoads.push_back({target, name, length,
-                    std::string(reinterpret_cast<const char*>(text), static_cast<std::size_t>(length))});
-}
-
-struct Upload {
-  GLuint program;
-  std::string name;
-  std::array<float, 4> value;
-};
-std::vector<Upload> gUploads;
-
-void NamedParameter(GLuint program, GLsizei length, const GLubyte* name, GLfloat x, GLfloat y, GLfloat z,
-                    GLfloat w) {
-  gUploads.push_back({program,
-                      std::string(reinterpret_cast<const char*>(name), static_cast<std::size_t>(length)),
-                      {x, y, z, w}});
-}
-
 class RFpCC_NV_fragment_programTest : public GLTest {
  protected:
-  void SetUp() override {
-    GLTest::SetUp();
-    gLoads.clear();
-    gUploads.clear();
-  }
-
   RFpContext context;
 };
 
 TEST_F(RFpCC_NV_fragment_programTest, LoadsTheTextsByteForByte) {
-  const EntryPointReplacement load("glLoadProgramNV", LoadProgram);
+  const NVLoads loads;
   const GLRecorder recorder;
   const RFpCC_NV_fragment_program node;
-  ASSERT_EQ(gLoads.size(), 2U);
-  EXPECT_EQ(gLoads[0].text, kOneMatrix);
-  EXPECT_EQ(gLoads[0].length, 204);
-  EXPECT_EQ(gLoads[1].text, kThreeZones);
-  EXPECT_EQ(gLoads[1].length, 725);
-  for (const Load& program : gLoads) EXPECT_EQ(program.target, 0x8870U);
-  EXPECT_NE(gLoads[0].name, gLoads[1].name);
-  const std::string first = std::to_string(gLoads[0].name);
-  const std::string second = std::to_string(gLoads[1].name);
+  ASSERT_EQ(loads.Get().size(), 2U);
+  EXPECT_EQ(loads.Get()[0].text, kOneMatrix);
+  EXPECT_EQ(loads.Get()[0].length, 204);
+  EXPECT_EQ(loads.Get()[1].text, kThreeZones);
+  EXPECT_EQ(loads.Get()[1].length, 725);
+  for (const NVLoad& program : loads.Get()) EXPECT_EQ(program.target, 0x8870U);
+  EXPECT_NE(loads.Get()[0].name, loads.Get()[1].name);
+  const std::string first = std::to_string(loads.Get()[0].name);
+  const std::string second = std::to_string(loads.Get()[1].name);
   EXPECT_EQ(recorder.Text(), "glGenProgramsNV(2, {" + first + ", " + second +
                                  "})\n"
                                  "glGetError() = 0\nglLoadProgramNV(GL_FRAGMENT_PROGRAM_NV, " +
@@ -146,31 +113,31 @@ TEST_F(RFpCC_NV_fragment_programTest, FormsWithoutATextureBindNothing) {
 }
 
 TEST_F(RFpCC_NV_fragment_programTest, SendsOneMatrixAndTheFloor) {
-  const EntryPointReplacement parameter("glProgramNamedParameter4fNV", NamedParameter);
+  NVUploads uploads;
   RFpCC_NV_fragment_program node;
   node.SetZoneGain(0, 0, 2);
   node.SetZoneOffset(0, 2, 0.25F);
   for (const int form : {0x40, 0x80, 0x100, 0x200, 0x20000}) {
-    gUploads.clear();
+    uploads.Clear();
     EXPECT_EQ(node.Bind(&context, 0, form), 1);
-    ASSERT_EQ(gUploads.size(), 5U) << form;
+    ASSERT_EQ(uploads.Get().size(), 5U) << form;
     const std::array<float, 4> expected[] = {
         {2, 0, 0, 0}, {0, 2, 0, 0}, {0, 0, 2, 0}, {0, 0.25F, 0, 1}, {0, 0, 0, 1}};
     for (std::size_t i = 0; i < 5; ++i) {
-      EXPECT_EQ(gUploads[i].name, "p" + std::to_string(i));
-      for (std::size_t k = 0; k < 4; ++k) EXPECT_NEAR(gUploads[i].value[k], expected[i][k], 1e-6) << i;
+      EXPECT_EQ(uploads[i].name, "p" + std::to_string(i));
+      for (std::size_t k = 0; k < 4; ++k) EXPECT_NEAR(uploads[i].value[k], expected[i][k], 1e-6) << i;
     }
     node.Unbind(&context, 0, form);
   }
   node.SetTransparency(true);
-  gUploads.clear();
+  uploads.Clear();
   EXPECT_EQ(node.Bind(&context, 0, 0x40), 1);
-  EXPECT_EQ(gUploads[4].value, (std::array<float, 4>{0, 0, 0, 0}));
+  EXPECT_EQ(uploads[4].value, (std::array<float, 4>{0, 0, 0, 0}));
   node.Unbind(&context, 0, 0x40);
 }
 
 TEST_F(RFpCC_NV_fragment_programTest, SendsThreeMatricesTheFloorAndTheLuminance) {
-  const EntryPointReplacement parameter("glProgramNamedParameter4fNV", NamedParameter);
+  NVUploads uploads;
   RFpCC_NV_fragment_program node;
   node.SetZoneGain(1, 0, 2);
   node.SetZoneGain(2, 0, 3);
@@ -180,14 +147,14 @@ TEST_F(RFpCC_NV_fragment_programTest, SendsThreeMatricesTheFloorAndTheLuminance)
   node.Unbind(&context, 0, 0x40);
   const std::vector<std::string> names = {"p0", "p1", "p2", "p3", "p4", "p5", "p6",
                                           "p7", "p8", "p9", "pa", "pb", "pc", "pd"};
-  ASSERT_EQ(gUploads.size(), names.size());
-  for (std::size_t i = 0; i < names.size(); ++i) EXPECT_EQ(gUploads[i].name, names[i]);
+  ASSERT_EQ(uploads.Get().size(), names.size());
+  for (std::size_t i = 0; i < names.size(); ++i) EXPECT_EQ(uploads[i].name, names[i]);
   for (std::size_t zone = 0; zone < 3; ++zone) {
     for (std::size_t channel = 0; channel < 3; ++channel)
-      EXPECT_NEAR(gUploads[4 * zone + channel].value[channel], static_cast<double>(zone) + 2, 1e-5);
+      EXPECT_NEAR(uploads[4 * zone + channel].value[channel], static_cast<double>(zone) + 2, 1e-5);
   }
-  EXPECT_EQ(gUploads[12].value, (std::array<float, 4>{0, 0, 0, 1}));
-  const auto& luminance = gUploads[13].value;
+  EXPECT_EQ(uploads[12].value, (std::array<float, 4>{0, 0, 0, 1}));
+  const auto& luminance = uploads[13].value;
   EXPECT_FLOAT_EQ(luminance[0], 0.3086F / 0.75F);
   EXPECT_FLOAT_EQ(luminance[1], 0.6094F / 0.75F);
   EXPECT_FLOAT_EQ(luminance[2], 0.0820F / 0.75F);
@@ -195,10 +162,10 @@ TEST_F(RFpCC_NV_fragment_programTest, SendsThreeMatricesTheFloorAndTheLuminance)
 }
 
 TEST_F(RFpCC_NV_fragment_programTest, BindsTheProgramThatIsNeeded) {
-  const EntryPointReplacement load("glLoadProgramNV", LoadProgram);
-  const EntryPointReplacement parameter("glProgramNamedParameter4fNV", NamedParameter);
+  const NVLoads loads;
+  NVUploads uploads;
   RFpCC_NV_fragment_program node;
-  ASSERT_EQ(gLoads.size(), 2U);
+  ASSERT_EQ(loads.Get().size(), 2U);
   const auto bound = [&] {
     const GLRecorder recorder;
     EXPECT_EQ(node.Bind(&context, 0, 0x40), 1);
@@ -206,7 +173,7 @@ TEST_F(RFpCC_NV_fragment_programTest, BindsTheProgramThatIsNeeded) {
     return recorder.Text({"glBindProgramNV", "glEnable", "glDisable"});
   };
   const auto expected = [&](std::size_t program) {
-    return "glBindProgramNV(GL_FRAGMENT_PROGRAM_NV, " + std::to_string(gLoads[program].name) +
+    return "glBindProgramNV(GL_FRAGMENT_PROGRAM_NV, " + std::to_string(loads.Get()[program].name) +
            ")\nglEnable(GL_FRAGMENT_PROGRAM_NV)\nglDisable(GL_FRAGMENT_PROGRAM_NV)\n";
   };
   node.SetZoneGain(0, 0, 3);
@@ -233,18 +200,8 @@ TEST_F(RFpCC_NV_fragment_programTest, ATextThatTheDriverRefusesLeavesTheNode) {
 
 // --- What the texts compute, by an interpreter of their language.
 
-std::vector<shim::NVVector> Parameters(const shim::NVProgram& program) {
-  std::vector<shim::NVVector> values(program.parameters.size());
-  for (const Upload& upload : gUploads) {
-    const int index = program.FindParameter(upload.name);
-    EXPECT_GE(index, 0) << upload.name;
-    if (index >= 0) values[static_cast<std::size_t>(index)] = upload.value;
-  }
-  return values;
-}
-
 TEST_F(RFpCC_NV_fragment_programTest, TheTextsComputeTheFormula) {
-  const EntryPointReplacement parameter("glProgramNamedParameter4fNV", NamedParameter);
+  NVUploads uploads;
   shim::NVParseError error{};
   const auto one = shim::ParseNVProgram(kOneMatrix, error);
   const auto three = shim::ParseNVProgram(kThreeZones, error);
@@ -254,14 +211,14 @@ TEST_F(RFpCC_NV_fragment_programTest, TheTextsComputeTheFormula) {
     Random random(static_cast<unsigned>(family));
     for (int i = 0; i < 20; ++i) {
       ApplyTo(node, RandomCorrection(family, random));
-      gUploads.clear();
+      uploads.Clear();
       ASSERT_EQ(node.Bind(&context, 0, 0x40), 1);
       node.Unbind(&context, 0, 0x40);
       const CorrectionSettings settings = ReadFrom(node);
       const CorrectionModel model(settings);
       const shim::NVProgram& program = UsesZones(settings) ? *three : *one;
       shim::NVFragment fragment;
-      fragment.parameters = Parameters(program);
+      fragment.parameters = uploads.ParametersOf(program);
       for (int pixel = 0; pixel < 50; ++pixel) {
         shim::NVVector texel{};
         for (float& value : texel) value = static_cast<float>(random.Byte()) / 255.0F;
