@@ -120,6 +120,7 @@ TEST_F(RFpCC_NV_fragment_programTest, SendsOneMatrixAndTheFloor) {
   for (const int form : {0x40, 0x80, 0x100, 0x200, 0x20000}) {
     uploads.Clear();
     EXPECT_EQ(node.Bind(&context, 0, form), 1);
+    EXPECT_TRUE(glIsEnabled(GL_FRAGMENT_PROGRAM_NV)) << form;
     ASSERT_EQ(uploads.Get().size(), 5U) << form;
     const std::array<float, 4> expected[] = {
         {2, 0, 0, 0}, {0, 2, 0, 0}, {0, 0, 2, 0}, {0, 0.25F, 0, 1}, {0, 0, 0, 1}};
@@ -128,6 +129,7 @@ TEST_F(RFpCC_NV_fragment_programTest, SendsOneMatrixAndTheFloor) {
       for (std::size_t k = 0; k < 4; ++k) EXPECT_NEAR(uploads[i].value[k], expected[i][k], 1e-6) << i;
     }
     node.Unbind(&context, 0, form);
+    EXPECT_FALSE(glIsEnabled(GL_FRAGMENT_PROGRAM_NV)) << form;
   }
   node.SetTransparency(true);
   uploads.Clear();

@@ -184,6 +184,32 @@ TEST(RFpCC_default, LaterStagesLeaveTheResultAsItIs) {
   EXPECT_EQ(target.bytes, std::vector<unsigned char>(64, 0xEE));
 }
 
+// Shows what a node has derived from its parameters.
+class ProbeCC : public RFpCC_default {
+ public:
+  const RFpColorMatrix& Matrix() {
+    Derive();
+    return GetMatrix();
+  }
+};
+
+// With zones the matrix of the whole picture is what their matrices have in common, so the negative is
+// theirs.
+TEST(RFpCC_default, OnlyWithoutZonesIsTheMatrixNegative) {
+  ProbeCC node;
+  node.SetZoneGain(0, 0, 2);
+  const RFpColorMatrix positive = node.Matrix();
+  EXPECT_EQ(positive.columns[0], (std::array<float, 4>{2, 0, 0, 0}));
+  node.SetNegative(true);
+  EXPECT_EQ(node.Matrix().columns[0], (std::array<float, 4>{-2, 0, 0, 0}));
+  EXPECT_EQ(node.Matrix().columns[3], (std::array<float, 4>{1, 1, 1, 1}));
+  node.SetColorPoints(true);
+  node.SetBlack(0, 0.5F);
+  EXPECT_EQ(node.Matrix().columns[0], (std::array<float, 4>{-4, 0, 0, 0})) << "points and all";
+  node.SetZoneHue(1, 90);
+  EXPECT_EQ(node.Matrix(), positive) << "nor are the points in it";
+}
+
 // The picture changes with every setting: none is forgotten by the composition.
 TEST(RFpCC_default, AChangeShowsInTheNextDraw) {
   Memory source(64, 1, 0);

@@ -218,7 +218,8 @@ TEST_F(RImageStereoCompostiorTest, TheDividerStandsOutFromTheClearColour) {
                                       {std::array{0.06F, 0.06F, 0.06F}, 255},
                                       {std::array{0.07F, 0.07F, 0.07F}, 0},
                                       {std::array{0.0F, 0.0F, 0.25F}, 0},
-                                      {std::array{0.19F, 0.0F, 0.0F}, 255}}) {
+                                      {std::array{0.1999F, 0.0F, 0.0F}, 255},
+                                      {std::array{0.2001F, 0.0F, 0.0F}, 0}}) {
     for (const unsigned mode : {4U, 5U}) {
       glClearColor(colour[0], colour[1], colour[2], 0);
       Process({mode, 0, 0, 0, 0, 0, 80, 80});
