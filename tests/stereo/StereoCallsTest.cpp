@@ -291,6 +291,29 @@ TEST_F(StereoCalls, AFailedContextIsMadeAgainAndNoneIsLost) {
   EXPECT_TRUE(Shows({2}, Read(0, 0, 16, 12)));
 }
 
+// A host that is told of a failure finds the buffer as it was.
+TEST_F(StereoCalls, ProgramsAreMadeBeforeThePolicyIsFollowed) {
+  struct Looker : RMessageHandler {
+    void DisplayWarning(const char*, const char*, const char*) override {
+      textures.push_back(compositor->GetCompostionTextureId());
+    }
+    const RImageStereoCompostior* compositor = nullptr;
+    std::vector<unsigned> textures;
+  };
+  const test::GLTarget target(16, 12);
+  Looker looker;
+  looker.compositor = mCompositor.get();
+  SetMainMessageHandler(&looker);
+  const CgFailure failure("cgCreateContext()");
+  Process({0, 1});
+  const unsigned texture = mCompositor->GetCompostionTextureId();
+  Process({1, 0});
+  EXPECT_THAT(looker.textures, ElementsAre(0U, texture));
+  EXPECT_NE(texture, 0U);
+  EXPECT_EQ(mCompositor->GetCompostionTextureId(), 0U);
+  SetMainMessageHandler(&mWarnings);
+}
+
 TEST_F(StereoCalls, ErrorsOfOthersAreNotReported) {
   const test::GLTarget target(16, 12);
   test::LeaveCgError();
