@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <map>
 
+#include "Choice.h"
 #include "GpuProbe.h"
 
 namespace {
@@ -20,7 +21,7 @@ void AddGpuOption(CLI::App& app, GpuMode& mode) {
   static const std::map<std::string, GpuMode> kModes = {
       {"auto", GpuMode::kAuto}, {"never", GpuMode::kNever}, {"require", GpuMode::kRequire}};
   app.add_option("--gpu", mode, "Draw with OpenGL: auto (when there is a driver), never, or require")
-      ->transform(CLI::CheckedTransformer(kModes))
+      ->transform(OneOf(kModes))
       ->type_name("auto|never|require")
       ->default_str("auto");
 }

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 
+#include "Choice.h"
 #include "Commands.h"
 #include "FileFormats.h"
 #include "GLContext.h"
@@ -158,7 +159,7 @@ Command AddStereoCommand(CLI::App& app) {
           },
           "color-anaglyph, gray-anaglyph, row-interleaved, checkerboard,\n"
           "side-by-side or side-by-side-swapped")
-      ->transform(CLI::CheckedTransformer(Modes()))
+      ->transform(OneOf(Modes()))
       ->type_name("MODE");
   AddBase(*command, "--x-base", options->xBase, "Column of the screen where the frame begins (0)");
   AddBase(*command, "--y-base", options->yBase, "Row of the screen where the frame begins, from the top (0)");
