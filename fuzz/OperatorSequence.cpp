@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -117,9 +118,9 @@ void SetHostState() {
   glTexCoord4f(5, 6, 7, 8);
   glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE);
   glBlendFunc(GL_DST_COLOR, GL_ZERO);
-  for (const GLenum capability :
-       {GL_BLEND, GL_CULL_FACE, GL_SCISSOR_TEST, GL_ALPHA_TEST, GL_FOG, GL_LIGHTING, GL_COLOR_MATERIAL})
-    glEnable(static_cast<GLenum>(capability));
+  for (const GLenum capability : std::initializer_list<GLenum>{
+           GL_BLEND, GL_CULL_FACE, GL_SCISSOR_TEST, GL_ALPHA_TEST, GL_FOG, GL_LIGHTING, GL_COLOR_MATERIAL})
+    glEnable(capability);
   glScissor(1, 2, 3, 4);
   glCullFace(GL_FRONT_AND_BACK);
   glAlphaFunc(GL_NEVER, 0);
