@@ -85,7 +85,7 @@ class Value {
   }
   std::string Text() const {
     if (!mJson.is_string()) Fail("must be a text");
-    const auto text = mJson.get<std::string>();
+    auto text = mJson.get<std::string>();
     if (text.find('\0') != std::string::npos) Fail("holds a zero byte");
     return text;
   }
