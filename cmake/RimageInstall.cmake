@@ -1,6 +1,6 @@
-# Installation, in three components: host (the embedded host's libraries and headers), module (the module, its public
-# headers, the packages for find_package(rimage) and pkg-config) and tools (the command-line host). The installed tree
-# may be moved; a real host stays where it was found.
+# Installation, in components: host and host_dev (the embedded host's libraries, and its headers), module and module_dev
+# (the module; its public headers and the packages for find_package(rimage) and pkg-config), tools (the command-line
+# host), qt6 (the plugin) and doc. The installed tree may be moved; a real host stays where it was found.
 include(CMakePackageConfigHelpers)
 
 set(rimage_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/rimage)
@@ -20,8 +20,9 @@ set(rimage_headers_of_rgl host/rgl)
 set(rimage_headers_of_cg host/cg/Cg)
 foreach(library IN LISTS RIMAGE_HOST_LIBRARIES)
   set_target_properties(${library} PROPERTIES INSTALL_RPATH "${rimage_lib_rpath}")
-  install(TARGETS ${library} EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT host)
-  install(DIRECTORY ${rimage_headers_of_${library}} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT host
+  install(TARGETS ${library} EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    COMPONENT host NAMELINK_COMPONENT host_dev)
+  install(DIRECTORY ${rimage_headers_of_${library}} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT host_dev
     FILES_MATCHING PATTERN "*.h" PATTERN internal EXCLUDE)
 endforeach()
 
@@ -33,7 +34,7 @@ endforeach()
 list(REMOVE_DUPLICATES rimage_lib_rpath)
 list(REMOVE_DUPLICATES rimage_bin_rpath)
 if(RIMAGE_FOUND_HOST_LIBRARIES)
-  install(FILES cmake/FindRHost.cmake DESTINATION ${rimage_package_dir} COMPONENT module)
+  install(FILES cmake/FindRHost.cmake DESTINATION ${rimage_package_dir} COMPONENT module_dev)
 endif()
 
 if(RIMAGE_HOST STREQUAL "embedded")
@@ -45,21 +46,25 @@ else()
 endif()
 
 set_target_properties(rimage PROPERTIES INSTALL_RPATH "${rimage_lib_rpath}")
-install(TARGETS rimage EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT module)
+install(TARGETS rimage EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  COMPONENT module NAMELINK_COMPONENT module_dev)
 install(CODE "
   set(RIMAGE_HEADERS_FROM [[${PROJECT_SOURCE_DIR}/src]])
-  set(RIMAGE_HEADERS_TO [[${rimage_include_dir}]])" COMPONENT module)
-install(SCRIPT ${CMAKE_CURRENT_LIST_DIR}/RimageInstallHeaders.cmake COMPONENT module)
+  set(RIMAGE_HEADERS_TO [[${rimage_include_dir}]])" COMPONENT module_dev)
+install(SCRIPT ${CMAKE_CURRENT_LIST_DIR}/RimageInstallHeaders.cmake COMPONENT module_dev)
 
-install(EXPORT rimageTargets NAMESPACE rimage:: DESTINATION ${rimage_package_dir} COMPONENT module)
+install(EXPORT rimageTargets NAMESPACE rimage:: DESTINATION ${rimage_package_dir} COMPONENT module_dev)
 configure_package_config_file(cmake/rimageConfig.cmake.in ${PROJECT_BINARY_DIR}/rimageConfig.cmake
   INSTALL_DESTINATION ${rimage_package_dir} NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/rimageConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/rimageConfig.cmake ${PROJECT_BINARY_DIR}/rimageConfigVersion.cmake
-  DESTINATION ${rimage_package_dir} COMPONENT module)
+  DESTINATION ${rimage_package_dir} COMPONENT module_dev)
 
 configure_file(cmake/rimage.pc.in ${PROJECT_BINARY_DIR}/rimage.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/rimage.pc DESTINATION ${rimage_pkgconfig_dir} COMPONENT module)
+install(FILES ${PROJECT_BINARY_DIR}/rimage.pc DESTINATION ${rimage_pkgconfig_dir} COMPONENT module_dev)
+
+install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc FILES_MATCHING PATTERN "*.md")
 
 if(TARGET rimage_qt6)
   file(RELATIVE_PATH rimage_lib_from_plugin

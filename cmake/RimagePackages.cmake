@@ -1,0 +1,46 @@
+# Packages: five for Debian and five archives, made by `cpack` in the build folder. The components of the library and its
+# host go together, and so do their headers.
+set(CPACK_GENERATOR DEB TGZ)
+set(CPACK_PACKAGE_NAME rimage)
+set(CPACK_PACKAGE_VENDOR rimage)
+set(CPACK_PACKAGE_CONTACT "rimage maintainers <maintainers@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL host module host_dev module_dev tools qt6 doc)
+set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
+# What the libraries need is found out; they need each other, too.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+
+# rimage_package(GROUP NAME SECTION DESCRIPTION DEPENDS): the group's package and archive.
+function(rimage_package group name section description depends)
+  string(TOUPPER ${group} upper)
+  set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${upper}_FILE_NAME DEB-DEFAULT PARENT_SCOPE)
+  set(CPACK_DEBIAN_${upper}_DESCRIPTION ${description} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${upper}_PACKAGE_DEPENDS ${depends} PARENT_SCOPE)
+  set(CPACK_ARCHIVE_${upper}_FILE_NAME ${name}-${PROJECT_VERSION}-${CMAKE_SYSTEM_PROCESSOR} PARENT_SCOPE)
+endfunction()
+
+set(library "librimage (= ${PROJECT_VERSION})")
+rimage_package(library librimage libs "Image library module and embedded host: the libraries" "")
+rimage_package(dev librimage-dev libdevel "Image library module and embedded host: headers, packages for CMake and pkg-config"
+  "${library}, qt6-base-dev, libqt6opengl6-dev")
+rimage_package(tools rimage-tools graphics "Command-line host of the image library module" "${library}")
+rimage_package(qt6 rimage-qt6 graphics "Image plugin for Qt programs: PIC, SGI, ILBM, DDS and raw video frames" "${library}")
+rimage_package(doc rimage-doc doc "Image library module: documentation" "")
+set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
+
+include(CPack)
+cpack_add_component(host GROUP library)
+cpack_add_component(module GROUP library)
+cpack_add_component(host_dev GROUP dev)
+cpack_add_component(module_dev GROUP dev)
+foreach(component tools qt6 doc)
+  cpack_add_component(${component} GROUP ${component})
+endforeach()
