@@ -3,6 +3,7 @@
 #include <QImageIOHandler>
 #include <QImageReader>
 #include <QPixelFormat>
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
