@@ -5,41 +5,18 @@
 #include <memory>
 #include <utility>
 
-#include "BenchSupport.h"
+#include "NodeBench.h"
 #include "fp/RFpCC_default.h"
 
 namespace {
 
 namespace ocio = OCIO_NAMESPACE;
 using bench::Action;
-using bench::Buffer;
 using bench::PictureSize;
-using SharedBuffer = std::shared_ptr<unsigned char>;
+using bench::SharedBuffer;
 
-constexpr int kRgba = 0x1908;
-constexpr unsigned kByte = 0x1401;
-
-RFpPixels Describe(const SharedBuffer& buffer, const PictureSize& size) {
-  return {buffer.get(), size.width, size.height, size.width, kRgba, kByte, 4};
-}
-
-/// The correction of a picture in memory, as an operator runs it.
-bench::Make Ours(const PictureSize& size, void (*change)(RFpCC& node)) {
-  return [=]() -> Action {
-    const SharedBuffer from = bench::MakeBuffer(4 * size.Pixels());
-    const SharedBuffer to = bench::MakeBuffer(4 * size.Pixels());
-    const auto node = std::make_shared<RFpCC_default>();
-    node->SetTransparency(true);
-    change(*node);
-    RFpContext context;
-    context.sources[0] = Describe(from, size);
-    context.target = Describe(to, size);
-    // The context does not own the memory.
-    return [=, keep = std::pair(from, to)]() mutable {
-      if (node->Bind(&context, 0, kFormRawToRaw))
-        node->Draw(&context, 0, kFormRawToRaw, size.width, size.height);
-    };
-  };
+bench::Make Ours(const PictureSize& size, void (*change)(RFpCC_default& node)) {
+  return bench::DrawInMemory<RFpCC_default>(size, 1, change);
 }
 
 bench::Make Ocio(const PictureSize& size, ocio::ConstTransformRcPtr (*make)()) {
@@ -61,7 +38,8 @@ bench::Make Ocio(const PictureSize& size, ocio::ConstTransformRcPtr (*make)()) {
 }
 
 // A matrix in which every colour depends on every other, and an offset.
-void MixColours(RFpCC& node) {
+void MixColours(RFpCC_default& node) {
+  node.SetTransparency(true);
   node.SetZoneHue(0, 30);
   node.SetZoneSaturation(0, 1.2F);
   node.SetZoneOffset(0, 0, 0.02F);
@@ -76,7 +54,7 @@ ocio::ConstTransformRcPtr OcioMatrix() {
   return transform;
 }
 
-void GradeZones(RFpCC& node) {
+void GradeZones(RFpCC_default& node) {
   MixColours(node);
   node.SetGamma(1.4F);
   node.SetZoneSaturation(1, 0.5F);

@@ -47,6 +47,8 @@ GOALS = [
     (r"LoadDXT5", {"fread": 1 / 1.2}),
     (r"ColourMatrix_.*", {"OpenColorIO": 4.0}),
     (r"ThreeZones_.*", {"best": 3.0}),
+    (r"Chroma(Key|Matte)_.*", {"ffmpeg_colorkey": 5.0}),
+    (r"(Luminance|Difference)Key_.*", {"best": 1.0}),
     (r"Blend_1080p", {"bare_draws": 1 / 1.1}),
     (r"OperatorCached", {"microseconds": 2}),
 ]

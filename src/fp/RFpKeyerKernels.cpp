@@ -1,5 +1,7 @@
 #include "fp/RFpKeyerKernels.h"
 
+#include <algorithm>
+
 #include "fp/RFpKeyerLoops.h"
 #include "fp/RFpPixelRounding.h"
 
@@ -21,6 +23,8 @@ struct Lane {
   static Floats Max(Floats a, Floats b) { return a > b ? a : b; }
   static Floats WherePositive(Floats value, Floats condition) { return condition > 0 ? value : 0; }
 
+  static bool AreZero(Floats value) { return value == 0; }
+
   static Pixels Load(const unsigned char* address) {
     return {static_cast<float>(address[0]), static_cast<float>(address[1]), static_cast<float>(address[2]),
             static_cast<float>(address[3])};
@@ -30,6 +34,11 @@ struct Lane {
     address[1] = RFpToByte(p.green);
     address[2] = RFpToByte(p.blue);
     address[3] = RFpToByte(p.alpha);
+  }
+  static void Clear(unsigned char* address) { std::fill_n(address, 4, 0); }
+  static void CopyOpaque(unsigned char* to, const unsigned char* from) {
+    std::copy_n(from, 3, to);
+    to[3] = 255;
   }
 };
 

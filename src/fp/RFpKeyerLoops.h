@@ -7,9 +7,10 @@
 #include "fp/RFpKeyerKernels.h"
 
 /// The formulas of one program. `Lanes` provides the numbers: `Floats`, of which it takes `kCount` pixels
-/// with `Load` and leaves them with `Store`, `Set`, which spreads a number, `Min`, `Max`, and
-/// `WherePositive`, which keeps its first argument where the second is above 0 and gives 0 elsewhere. A Lanes
-/// has internal linkage, and with it these functions.
+/// with `Load` and leaves them with `Store`; `Clear` leaves transparent black and `CopyOpaque` the colours as
+/// they are, with full alpha; `Set` spreads a number; `Min`, `Max`, `WherePositive`, which keeps its first
+/// argument where the second is above 0 and gives 0 elsewhere, and `AreZero`, whether all numbers are 0, none
+/// being negative. A Lanes has internal linkage, and with it these functions.
 template <class Lanes, std::size_t kProgram>
 class RFpKeyerLoops {
  public:
@@ -17,8 +18,12 @@ class RFpKeyerLoops {
   static void Run(unsigned char* destination, const unsigned char* a, const unsigned char* b,
                   std::size_t pixels, const RFpKeyerCoefficients& k) {
     std::size_t i = 0;
-    for (; i + Lanes::kCount <= pixels; i += Lanes::kCount)
-      Lanes::Store(destination + 4 * i, Key(Lanes::Load(a + 4 * i), b + 4 * i, k));
+    for (; i + Lanes::kCount <= pixels; i += Lanes::kCount) {
+      if constexpr (kMode == kFpKeyChroma)
+        Chroma(destination + 4 * i, a + 4 * i, k);
+      else
+        Multiply(destination + 4 * i, a + 4 * i, b + 4 * i, k);
+    }
     if constexpr (Lanes::kCount > 1)
       kPlainKeyerKernels[kProgram](destination + 4 * i, a + 4 * i, b + 4 * i, pixels - i, k);
   }
@@ -33,15 +38,19 @@ class RFpKeyerLoops {
 
   static Floats Set(float value) { return Lanes::Set(value); }
   static Floats Saturate(Floats value) { return Lanes::Min(Lanes::Max(value, Set(0)), Set(1)); }
-  static Pixels Grey(Floats value) { return {value, value, value, value}; }
 
-  static Pixels Key(const Pixels& a, const unsigned char* b, const RFpKeyerCoefficients& k) {
-    if constexpr (kMode == kFpKeyChroma)
-      return Chroma(a, k);
-    else if constexpr (kMode == kFpKeyLuminance)
-      return Multiply(a, Luminance(a, k));
-    else
-      return Multiply(a, Difference(a, Lanes::Load(b), k));
+  // A block of which nothing or everything is kept is done with, and most of a picture is one or the other.
+  static bool IsDone(unsigned char* to, const unsigned char* from, Floats alpha, Floats change) {
+    const bool none = Lanes::AreZero(alpha);
+    if (none) Lanes::Clear(to);
+    const bool all = !none && Lanes::AreZero(change);
+    if (all) Lanes::CopyOpaque(to, from);
+    return none || all;
+  }
+
+  static void StoreMatte(unsigned char* to, Floats matte) {
+    const Floats value = matte * Set(255);
+    Lanes::Store(to, {value, value, value, value});
   }
 
   static Floats Sum(const Pixels& p, const RFpKeyerCoefficients& k) {
@@ -49,17 +58,30 @@ class RFpKeyerLoops {
            Set(k.offset);
   }
 
-  static Pixels Chroma(const Pixels& p, const RFpKeyerCoefficients& k) {
+  static void Chroma(unsigned char* to, const unsigned char* from, const RFpKeyerCoefficients& k) {
+    const Pixels p = Lanes::Load(from);
     const Floats matte = Saturate(Sum(p, k));
     const Floats key = Saturate(matte * Set(k.slope) + Set(k.base));
     const Floats alpha = Set(1) - key;
-    if constexpr (kIsMatte) return Grey((kInverted ? key : alpha) * Set(255));
-    const auto mix = [&](Floats colour, std::size_t i) {
-      if constexpr (kInverted) return Lanes::WherePositive(colour + key * Set(k.goal[i]), alpha);
-      const Floats cleaned = colour + matte * Set(k.spill[i]);
-      return cleaned - key * (alpha * (Set(k.goal[i]) - cleaned) + cleaned);
-    };
-    return {mix(p.red, 0), mix(p.green, 1), mix(p.blue, 2), alpha * Set(255)};
+    if constexpr (kIsMatte) {
+      StoreMatte(to, kInverted ? key : alpha);
+    } else if constexpr (kInverted) {
+      if (IsDone(to, from, alpha, key)) return;
+      const auto subtract = [&](Floats colour, std::size_t i) {
+        return Lanes::WherePositive(colour + key * Set(k.goal[i]), alpha);
+      };
+      Lanes::Store(to, {subtract(p.red, 0), subtract(p.green, 1), subtract(p.blue, 2), alpha * Set(255)});
+    } else {
+      if (IsDone(to, from, alpha, matte + key)) return;
+      // c - n x ((1 - n) x (goal - c) + c), where c = colour + m x spill, by what each of them contributes.
+      const Floats ofGoal = alpha * key;
+      const Floats ofColour = alpha + ofGoal;
+      const Floats ofSpill = ofColour * matte;
+      const auto mix = [&](Floats colour, std::size_t i) {
+        return ofColour * colour + ofSpill * Set(k.spill[i]) - ofGoal * Set(k.goal[i]);
+      };
+      Lanes::Store(to, {mix(p.red, 0), mix(p.green, 1), mix(p.blue, 2), alpha * Set(255)});
+    }
   }
 
   static Floats Luminance(const Pixels& p, const RFpKeyerCoefficients& k) {
@@ -74,11 +96,22 @@ class RFpKeyerLoops {
     return Saturate((red * red + green * green + blue * blue) * Set(k.slope) + Set(k.base));
   }
 
-  static Pixels Multiply(const Pixels& p, Floats matte) {
-    if constexpr (kInverted) matte = Set(1) - matte;
-    const Floats alpha = matte * Set(255);
-    if constexpr (kIsMatte) return Grey(alpha);
-    return {p.red * matte, p.green * matte, p.blue * matte, alpha};
+  static void Multiply(unsigned char* to, const unsigned char* from, const unsigned char* b,
+                       const RFpKeyerCoefficients& k) {
+    const Pixels p = Lanes::Load(from);
+    Floats keyed;
+    if constexpr (kMode == kFpKeyLuminance)
+      keyed = Luminance(p, k);
+    else
+      keyed = Difference(p, Lanes::Load(b), k);
+    const Floats rest = Set(1) - keyed;
+    const Floats alpha = kInverted ? rest : keyed;
+    if constexpr (kIsMatte) {
+      StoreMatte(to, alpha);
+    } else {
+      if (IsDone(to, from, alpha, kInverted ? keyed : rest)) return;
+      Lanes::Store(to, {p.red * alpha, p.green * alpha, p.blue * alpha, alpha * Set(255)});
+    }
   }
 };
 

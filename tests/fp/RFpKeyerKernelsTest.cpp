@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <tuple>
@@ -169,6 +170,46 @@ TEST_P(RFpKeyerKernelsTest, GivesThePlainBytesAndTouchesNoOthers) {
       ASSERT_EQ(result[result.size() - 1 - i], 0xA5);
     }
   }
+}
+
+// Blocks of which all or nothing is kept take a shorter way, with the same bytes.
+TEST_P(RFpKeyerKernelsTest, RunsOfOneColourGiveThePlainBytes) {
+  if (Program() / 2 % 2 != 0) return;  // a matte has no such blocks
+  Random random(8);
+  int cleared = 0;
+  int kept = 0;
+  for (int round = 0; round < 300; ++round) {
+    Bytes a;
+    Bytes b;
+    while (a.size() < 4 * 200) {
+      const Bytes first = RandomBytes(4, random);
+      const Bytes second = random.Below(2) == 0 ? first : RandomBytes(4, random);
+      for (unsigned i = random.Below(30); i > 0; --i) {
+        a.insert(a.end(), first.begin(), first.end());
+        b.insert(b.end(), second.begin(), second.end());
+      }
+    }
+    RFpKeyerCoefficients k = RandomCoefficients(random);
+    if (Program() / 4 == 0) k.slope = Coefficient(random, 3);
+    if (Program() / 4 == 1) k.slope = Coefficient(random, 8);
+    if (Program() / 4 == 2) k.base = 0;
+    Bytes result(a.size());
+    Bytes plain(a.size());
+    Loop()(result.data(), a.data(), b.data(), a.size() / 4, k);
+    PlainLoop()(plain.data(), a.data(), b.data(), a.size() / 4, k);
+    ASSERT_EQ(result, plain) << round;
+    const Model model(Program(), k);
+    for (std::size_t i = 0; i < a.size(); i += 4) {
+      const auto expected = model.Key(&a[i], &b[i]);
+      for (std::size_t c = 0; c < 4; ++c)
+        ASSERT_NEAR(result[i + c], 255 * Saturate(expected[c] / 255), 0.505);
+      const bool same = std::equal(&a[i], &a[i] + 3, &result[i]);
+      if (result[i + 3] == 0) ++cleared;
+      if (result[i + 3] == 255 && same) ++kept;
+    }
+  }
+  EXPECT_GT(cleared, 1000);
+  EXPECT_GT(kept, 100);
 }
 
 TEST_P(RFpKeyerKernelsTest, WorksInPlace) {

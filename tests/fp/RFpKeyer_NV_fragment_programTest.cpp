@@ -93,11 +93,13 @@ TEST_F(RFpKeyer_NV_fragment_programTest, LoadsTheTextsByteForByte) {
 }
 
 TEST_F(RFpKeyer_NV_fragment_programTest, OwnsTwelvePrograms) {
+  const GLRecorder recorder;
   {
     const RFpKeyer_NV_fragment_program node;
     EXPECT_EQ(LiveGLObjects(), "ProgramNV: 12\n");
   }
   EXPECT_EQ(LiveGLObjects(), "");
+  EXPECT_TRUE(recorder.Calls().back().starts_with("glDeleteProgramsNV(12, {")) << recorder.Calls().back();
 }
 
 TEST_F(RFpKeyer_NV_fragment_programTest, AnswersOfTheSlots) {
@@ -219,6 +221,25 @@ TEST_F(RFpKeyer_NV_fragment_programTest, ABindForMemoryDerives) {
   node.SetSoftness(0.5F);
   EXPECT_EQ(node.Bind(&context, 0, 0x40000), 1);
   EXPECT_FLOAT_EQ(Uploads(node).at(0).value[0], 2);
+}
+
+TEST_F(RFpKeyer_NV_fragment_programTest, DrawsOneRectangleOrWhatMasksLeaveOfIt) {
+  RFpKeyer_NV_fragment_program node;
+  const auto drawn = [&](int form) {
+    const GLTarget target(40, 20);
+    const GLRecorder recorder;
+    node.Draw(&context, 0, form, 40, 20);
+    return recorder.Text();
+  };
+  EXPECT_EQ(drawn(0x40), "glRecti(0, 0, 40, 20)\n");
+  context.sources[0].width = 40;
+  context.sources[0].height = 20;
+  EXPECT_EQ(drawn(0x40), "glRecti(0, 0, 40, 20)\n");
+  node.SetMask(0, 0.25F);
+  node.SetMask(3, 0.25F);
+  const std::string masked = drawn(0x40);
+  EXPECT_THAT(masked, testing::HasSubstr("glScissor(0, 0, 40, 20)\nglClearColor(0, 0, 0, 0)\n"));
+  EXPECT_TRUE(masked.ends_with("glPopAttrib()\nglRecti(10, 0, 40, 15)\n")) << masked;
 }
 
 TEST_F(RFpKeyer_NV_fragment_programTest, ATextThatTheDriverRefusesLeavesTheNode) {
