@@ -20,8 +20,10 @@ std::int64_t TextureFile::SlicesOfFace() const {
 
 TextureFile::Place TextureFile::PlaceOf(int picture) const {
   Place place;
-  place.face = static_cast<int>(picture / SlicesOfFace());
-  place.slice = static_cast<int>(picture % SlicesOfFace());
+  // A texture has at least one level.
+  const std::int64_t slicesOfFace = std::max<std::int64_t>(SlicesOfFace(), 1);
+  place.face = static_cast<int>(picture / slicesOfFace);
+  place.slice = static_cast<int>(picture % slicesOfFace);
   for (;; ++place.level) {
     const int slices = RDDSDecoder::LevelSize(mInfo.depth, place.level);
     if (place.slice < slices) return place;
