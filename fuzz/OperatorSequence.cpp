@@ -11,6 +11,7 @@
 #include <cstring>
 #include <initializer_list>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -53,12 +54,18 @@ using Result = std::optional<Model>;
 template <class Pixel>
 Model Fill(int width, int height, const Pixel& pixel) {
   Model model{width, height};
+  model.bytes.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
       for (int c = 0; c < 4; ++c) model.bytes.push_back(static_cast<unsigned char>(pixel(x, y, c)));
     }
   }
   return model;
+}
+
+// Adds a row to another, modulo 256.
+void AddBytes(unsigned char* sum, const unsigned char* row, int bytes) {
+  for (int i = 0; i < bytes; ++i) sum[i] = static_cast<unsigned char>(sum[i] + row[i]);
 }
 
 // --- What the host's state is, and must be after every call.
@@ -165,21 +172,17 @@ class SumNode : public RFpNode {
     ++gDraws;
     Check(context->target.width == width && context->target.height == height, "the target has another size");
     for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < width; ++x) {
-        for (int c = 0; c < 4; ++c) context->target.bits[(y * width + x) * 4 + c] = Sum(*context, x, y, c);
-      }
+      unsigned char* const row = context->target.bits + y * width * 4;
+      std::fill_n(row, width * 4, static_cast<unsigned char>(number));
+      for (std::size_t i = 0; i < static_cast<std::size_t>(mInputs); ++i)
+        AddSource(context->sources[i], y, row, width);
     }
   }
 
  private:
-  unsigned char Sum(const RFpContext& context, int x, int y, int c) const {
-    int sum = number;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(mInputs); ++i) {
-      const RFpPixels& source = context.sources[i];
-      if (source.bits && x < source.width && y < source.height && source.glFormat == GL_RGBA)
-        sum += source.bits[(y * source.rowLength + x) * 4 + c];
-    }
-    return static_cast<unsigned char>(sum);
+  static void AddSource(const RFpPixels& source, int y, unsigned char* row, int width) {
+    if (!source.bits || y >= source.height || source.glFormat != GL_RGBA) return;
+    AddBytes(row, source.bits + y * source.rowLength * 4, std::min(width, source.width) * 4);
   }
 
   int mInputs;
@@ -250,9 +253,13 @@ class Sequence {
   void CheckReferences() const;
   void CheckDriver() const;
 
-  Result Expected(std::size_t index, std::set<const Op*>& path) const;
-  Result ExpectedInput(const Op& op, int plug, std::set<const Op*>& path) const;
-  Result ExpectedBlend(const Entry& entry, std::set<const Op*>& path) const;
+  // What every operator makes, each computed once. An operator that is being computed stands in it as a
+  // circle.
+  using Results = std::map<const Op*, Result>;
+  const Result& Expected(std::size_t index, Results& results) const;
+  Result ExpectedInput(const Op& op, int plug, Results& results) const;
+  Result ExpectedBlend(const Entry& entry, Results& results) const;
+  Result ExpectedSum(const Entry& entry, Results& results) const;
   bool IsComparable(std::size_t index) const;
   std::size_t Find(const Op* op) const;
   int AnyPlug(Op& op, Op::RPlugType type) { return mInput.Range(op.GetNbPlugs(type) + 2) - 1; }
@@ -488,8 +495,8 @@ bool Sequence::IsComparable(std::size_t index) const {
   return true;
 }
 
-Result Sequence::ExpectedInput(const Op& op, int plug, std::set<const Op*>& path) const {
-  if (const Op* const from = op.GetPlugInputOperator(plug, kIn)) return Expected(Find(from), path);
+Result Sequence::ExpectedInput(const Op& op, int plug, Results& results) const {
+  if (const Op* const from = op.GetPlugInputOperator(plug, kIn)) return Expected(Find(from), results);
   RImage* const image = op.GetPlugImage(plug, kIn);
   if (!image) return std::nullopt;
   const unsigned char* const bits = image->GetImageBits();
@@ -497,9 +504,9 @@ Result Sequence::ExpectedInput(const Op& op, int plug, std::set<const Op*>& path
   return Fill(width, image->GetHeight(), [&](int x, int y, int c) { return bits[(y * width + x) * 4 + c]; });
 }
 
-Result Sequence::ExpectedBlend(const Entry& entry, std::set<const Op*>& path) const {
-  const Result a = ExpectedInput(*entry.op, 0, path);
-  const Result b = entry.preset == 4 ? Result(Model()) : ExpectedInput(*entry.op, 1, path);
+Result Sequence::ExpectedBlend(const Entry& entry, Results& results) const {
+  const Result a = ExpectedInput(*entry.op, 0, results);
+  const Result b = entry.preset == 4 ? Result(Model()) : ExpectedInput(*entry.op, 1, results);
   if (!a || !b || a->width < 1 || a->height < 1) return std::nullopt;
   if (entry.preset != 4 && (b->width < 1 || b->height < 1)) return std::nullopt;
   return Fill(a->width, a->height, [&](int x, int y, int c) {
@@ -509,32 +516,33 @@ Result Sequence::ExpectedBlend(const Entry& entry, std::set<const Op*>& path) co
   });
 }
 
-Result Sequence::Expected(std::size_t index, std::set<const Op*>& path) const {
-  const Entry& entry = mEntries[index];
-  const Op* const op = entry.op.get();
-  if (!path.insert(op).second) return std::nullopt;  // a circle
-  Result result;
-  if (entry.blend) {
-    result = ExpectedBlend(entry, path);
-  } else {
-    std::vector<Model> inputs;
-    bool complete = !entry.sum->sum->fails;
-    for (int plug = 0; plug < op->GetNbPlugs(kIn) && complete; ++plug) {
-      Result input = ExpectedInput(*op, plug, path);
-      complete = input.has_value();
-      if (complete) inputs.push_back(*std::move(input));
-    }
-    if (complete) {
-      result = Fill(inputs.empty() ? 720 : inputs.back().width, inputs.empty() ? 486 : inputs.back().height,
-                    [&](int x, int y, int c) {
-                      int sum = entry.sum->sum->number;
-                      for (const Model& input : inputs) sum += input.At(x, y, c);
-                      return sum & 255;
-                    });
+Result Sequence::ExpectedSum(const Entry& entry, Results& results) const {
+  if (entry.sum->sum->fails) return std::nullopt;
+  std::vector<Model> inputs;
+  for (int plug = 0; plug < entry.op->GetNbPlugs(kIn); ++plug) {
+    Result input = ExpectedInput(*entry.op, plug, results);
+    if (!input) return std::nullopt;
+    inputs.push_back(*std::move(input));
+  }
+  Model sum{720, 486};
+  if (!inputs.empty()) sum = {inputs.back().width, inputs.back().height};
+  sum.bytes.assign(static_cast<std::size_t>(sum.width) * static_cast<std::size_t>(sum.height) * 4,
+                   static_cast<unsigned char>(entry.sum->sum->number));
+  for (const Model& input : inputs) {
+    for (int y = 0; y < std::min(sum.height, input.height); ++y) {
+      AddBytes(sum.bytes.data() + y * sum.width * 4, input.bytes.data() + y * input.width * 4,
+               std::min(sum.width, input.width) * 4);
     }
   }
-  path.erase(op);
-  return result;
+  return sum;
+}
+
+// Whoever reads what goes in a circle has no result either, so the way here does not matter.
+const Result& Sequence::Expected(std::size_t index, Results& results) const {
+  const Entry& entry = mEntries[index];
+  const auto [place, isNew] = results.emplace(entry.op.get(), std::nullopt);
+  if (isNew) place->second = entry.blend ? ExpectedBlend(entry, results) : ExpectedSum(entry, results);
+  return place->second;
 }
 
 // Every operator computes anew, so that nothing but the graph as it is now decides.
@@ -542,8 +550,8 @@ void Sequence::Compare(std::size_t index) {
   const bool isBlend = mEntries[index].blend != nullptr;
   if ((isBlend && mPlace == OperatorPlace::kMemory) || !IsComparable(index)) return;
   for (const Entry& entry : mEntries) entry.op->IncUpdateId();
-  std::set<const Op*> path;
-  const Result expected = Expected(index, path);
+  Results results;
+  const Result& expected = Expected(index, results);
   Op& op = *mEntries[index].op;
   RFpContext context;
   const int mask = isBlend ? 0x40 : 0x40000;
