@@ -33,7 +33,12 @@ test::Picture ThroughStream(const Bytes& bytes, const char* suffix) {
 }
 
 test::Picture ThroughSgi(const Bytes& bytes) { return ThroughStream<RImageStreamsgi>(bytes, ".sgi"); }
-test::Picture ThroughPic(const Bytes& bytes) { return ThroughStream<RImageStreampict>(bytes, ".pic"); }
+test::Picture ThroughPic(const Bytes& bytes) {
+  testing::internal::CaptureStderr();  // warnings of versions
+  test::Picture picture = ThroughStream<RImageStreampict>(bytes, ".pic");
+  (void)testing::internal::GetCapturedStderr();
+  return picture;
+}
 test::Picture ThroughIff(const Bytes& bytes) { return ThroughStream<RImageStreamiff>(bytes, ".iff"); }
 test::Picture ThroughYuv(const Bytes& bytes) { return ThroughStream<RImageStreamyuv>(bytes, ".yuv"); }
 

@@ -15,6 +15,9 @@ namespace {
 using test::Expect;
 using test::Sample;
 
+// No decoder agrees with another about some.
+bool IsJudged(const Sample& sample) { return sample.expect != Expect::kNoCrash; }
+
 bool IsRefused(const Sample& sample) {
   return sample.expect == Expect::kRefuse || sample.expect == Expect::kPixelsOrPlaceholder;
 }
@@ -36,9 +39,6 @@ testing::AssertionResult Matches(const Sample& sample, const QImage& image) {
 
 class QtSamplesTest : public testing::TestWithParam<Sample> {
  protected:
-  void SetUp() override {
-    if (GetParam().expect == Expect::kNoCrash) GTEST_SKIP() << "no decoder agrees with another";
-  }
   QString Path() const { return QString::fromStdString(GetParam().path); }
   QByteArray Suffix() const { return QFileInfo(Path()).suffix().toLatin1(); }
 
@@ -47,6 +47,7 @@ class QtSamplesTest : public testing::TestWithParam<Sample> {
     const QSize size = reader.size();
     const QImage::Format format = reader.imageFormat();
     const QImage image = reader.read();
+    if (!IsJudged(GetParam())) return;
     if (IsRefused(GetParam())) {
       EXPECT_TRUE(image.isNull());
       EXPECT_NE(reader.error(), QImageReader::UnknownError);
@@ -83,6 +84,7 @@ TEST_P(QtSamplesTest, FromAPipe) {
 // In one call, as programs do that want nothing but the picture.
 TEST_P(QtSamplesTest, AsAnImage) {
   const QImage image(Path());
+  if (!IsJudged(GetParam())) return;
   ASSERT_EQ(image.isNull(), IsRefused(GetParam()));
   EXPECT_TRUE(image.isNull() || Matches(GetParam(), image));
 }
