@@ -1,0 +1,110 @@
+#!/usr/bin/env python3
+"""Compares docs/formats.md with the tool. Usage: formats_page.py TOOL ROOT WORK"""
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+
+CUT = 900
+
+
+def rows_after(page, header):
+    """Returns the cells of the table with that header."""
+    lines = page.split(header + "\n", 1)[1].splitlines()[1:]
+    rows = []
+    for line in lines:
+        if not line.startswith("|"):
+            break
+        rows.append([cell.strip() for cell in line.strip("|").split("|")])
+    return rows
+
+
+def registered(tool):
+    formats = json.loads(subprocess.run([tool, "formats", "--json"], check=True, capture_output=True).stdout)
+    writers = {entry["extension"]: entry["class"] for entry in formats["writers"]}
+    writers.update({extension: "Qt" for extension in formats["qt"]["writes"]})
+    return {entry["extension"]: (entry["class"], writers.pop(entry["extension"], "-"))
+            for entry in formats["readers"]} | {extension: ("-", by) for extension, by in writers.items()}
+
+
+def result(tool, folder, *arguments):
+    """Returns the exit code and the message of a run."""
+    done = subprocess.run([tool, *arguments], cwd=folder, capture_output=True, text=True, env=dict(os.environ, LC_ALL="C"))
+    return done.returncode, done.stderr
+
+
+def prepare(folder, samples):
+    (folder / "folder").mkdir(parents=True)
+    os.mkfifo(folder / "pipe.png")
+    (folder / "empty.png").touch()
+    for name in ("bad.png", "bad.dds"):
+        (folder / name).write_text("no picture of any kind")
+    for sample in samples.iterdir():
+        (folder / sample.name).write_bytes(sample.read_bytes())
+        (folder / f"cut-{sample.name}").write_bytes(sample.read_bytes()[:CUT])
+
+
+# What provokes each refusal of the page.
+PROVOKED = {
+    "no such file": ("info", "missing.png"),
+    "a folder": ("info", "folder"),
+    "a pipe or device": ("info", "pipe.png"),
+    "an empty file": ("info", "empty.png"),
+    "an extension without a reader": ("info", "README.md"),
+    "an extension without a writer": ("convert", "hopper.jpg", "out.svg"),
+    "a name without an extension": ("convert", "hopper.jpg", "out"),
+    "contents of another or an unknown format": ("info", "bad.png"),
+    "a texture with a broken header": ("info", "bad.dds"),
+    "more pixels than the limit": ("info", "bars.yuv", "--max-memory", "1"),
+    "a level that a texture lacks": ("convert", "cat.dds", "out.png", "--level", "9"),
+    "sides that the format cannot store": ("convert", "hopper.jpg", "--resize", "65536x1", "out.tga"),
+}
+
+
+def check_refusals(tool, folder, page):
+    told = rows_after(page, "| What | Exit code | Message |")
+    if {row[0] for row in told} != set(PROVOKED):
+        yield "the page and this check tell different refusals"
+    for what, code, message in told:
+        got, text = result(tool, folder, *PROVOKED.get(what, ("--version",)))
+        if got != int(code) or message.strip("`") not in text:
+            yield f"{what}: exit code {got}, {text.strip()}"
+
+
+def check_cut_files(tool, folder, page, samples):
+    told = rows_after(page, "| Sample | What comes of it |")
+    formats = {name.rsplit(".", 1)[1] for name, _ in told}
+    if len(formats) != 11:
+        yield "the page does not tell of a cut file of each format"
+    for name, outcome in told:
+        if (samples / name).stat().st_size <= CUT:
+            yield f"{name} is no longer than what is left of it"
+        got, text = result(tool, folder, "info", f"cut-{name}")
+        fits = got == 0 and not text if outcome.startswith("read") else got == 3 and outcome.strip("`") in text
+        if not fits:
+            yield f"{name} after {CUT} bytes: exit code {got}, {text.strip()}"
+
+
+def main():
+    tool, root, work = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
+    page = (root / "docs/formats.md").read_text()
+    shutil.rmtree(work, ignore_errors=True)
+    prepare(work, root / "samples")
+    told = {row[0]: (row[1], row[2])
+            for row in rows_after(page, "| Extension | Read by | Written by | Alpha in the file that is written |")}
+    faults = [f"{extension}: told {told.get(extension)}, registered {registered(tool).get(extension)}"
+              for extension in sorted(told.keys() | registered(tool).keys())
+              if told.get(extension) != registered(tool).get(extension)]
+    faults += check_refusals(tool, work, page)
+    faults += check_cut_files(tool, work, page, root / "samples")
+    for fault in faults:
+        print(re.sub(r"\s+", " ", fault))
+    print(f"{len(told)} extensions, {len(faults)} faults")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
