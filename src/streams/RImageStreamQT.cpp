@@ -62,8 +62,10 @@ QImage Load(const QString& path, kFileKind kind) {
   // Text in a vector file aborts the process when there is no GUI application. The contents decide what a
   // file is, not its suffix.
   const bool canDrawText = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
-  if (!canDrawText && reader.format().startsWith("svg")) return {};
-  QImage loaded = reader.read();
+  const QByteArray format = canDrawText ? QByteArray("any") : reader.format();
+  if (format.startsWith("svg")) return {};
+  // Without a format nobody reads the file; the reader would look for one a second time.
+  QImage loaded = format.isEmpty() ? QImage() : reader.read();
   // Deliberate: icons come with the suffix bmp, too.
   if (loaded.isNull() && kind == kFileBmp) loaded = QImageReader(path, "ico").read();
   return loaded;
