@@ -35,6 +35,9 @@ class RowSampler {
 
   bool IsReady() const { return mByTwo || mColumnBytes; }
 
+  // Whether a row is sampled again faster than the finished row is copied: it is when its pixels are doubled.
+  bool IsFasterThanCopy() const { return mByTwo && mByTwo == RGetPixelKernels().twice; }
+
   void Run(unsigned char* destination, const unsigned char* source) const {
     if (mByTwo)
       mByTwo(destination, source, mWidth);
@@ -63,7 +66,7 @@ bool RResampleNearest(unsigned char* destination, int width, int height, const u
   std::int64_t lastRow = -1;
   for (int y = 0; y < height; ++y, destination += rowBytes) {
     const std::int64_t row = std::int64_t{y} * sourceHeight / height;
-    if (row == lastRow)
+    if (row == lastRow && !sampler.IsFasterThanCopy())
       std::memcpy(destination, destination - rowBytes, rowBytes);
     else
       sampler.Run(destination, source + static_cast<std::size_t>(row) * sourceRowBytes);
