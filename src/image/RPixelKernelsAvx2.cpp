@@ -13,9 +13,9 @@ using Convert = RPixelKernels::Convert;
 using Half = __m128i;    // 16 bytes
 using Vector = __m256i;  // 32 bytes
 
-// Outputs from this size on go past the caches: they would not stay in them, and a normal store first reads
-// the line that it is about to replace.
-constexpr std::size_t kStreamingBytes = std::size_t{24} << 20;
+// Outputs from this size on go past the caches: beside their sources they would not stay in them, and a
+// normal store first reads the line that it is about to replace.
+constexpr std::size_t kStreamingBytes = std::size_t{14} << 20;
 
 Half LoadHalf(const unsigned char* address) {
   return _mm_loadu_si128(reinterpret_cast<const Half*>(address));
@@ -182,29 +182,42 @@ struct GrayToRGBBlock {
 
 // --- 4 to 3 bytes.
 
-// Writes 16 pixels, given as four halves of which each has its 12 bytes at the start and zeros after them.
+// Brings the first 12 bytes of each half together, as six double words of which number `kFirst` comes first.
+// Where there is no such word, the result is what was behind the 12 bytes.
+template <int kFirst>
+Vector Pack(Vector halves) {
+  constexpr auto kAt = [](int place) {
+    const int word = place + kFirst;
+    return word >= 0 && word < 6 ? word + word / 3 : 3;
+  };
+  return _mm256_permutevar8x32_epi32(
+      halves, _mm256_setr_epi32(kAt(0), kAt(1), kAt(2), kAt(3), kAt(4), kAt(5), kAt(6), kAt(7)));
+}
+
+// Writes 32 pixels, given as four vectors of which each half has its 12 bytes at the start and zeros after
+// them.
 template <class StorePolicy>
-void WritePacked(unsigned char* destination, Half a, Half b, Half c, Half d) {
-  StorePolicy::Write(destination, _mm_or_si128(a, _mm_slli_si128(b, 12)));
-  StorePolicy::Write(destination + 16, _mm_or_si128(_mm_srli_si128(b, 4), _mm_slli_si128(c, 8)));
-  StorePolicy::Write(destination + 32, _mm_or_si128(_mm_srli_si128(c, 8), _mm_slli_si128(d, 4)));
+void WritePacked(unsigned char* destination, Vector a, Vector b, Vector c, Vector d) {
+  StorePolicy::Write(destination, _mm256_or_si256(Pack<0>(a), Pack<-6>(b)));
+  StorePolicy::Write(destination + 32, _mm256_or_si256(Pack<2>(b), Pack<-4>(c)));
+  StorePolicy::Write(destination + 64, _mm256_or_si256(Pack<4>(c), Pack<-2>(d)));
 }
 
 template <bool kSwap>
-Half DropFourth(Half pixels) {
+Vector DropFourth(Vector pixels) {
   const Half order = kSwap ? _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1)
                            : _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-  return _mm_shuffle_epi8(pixels, order);
+  return _mm256_shuffle_epi8(pixels, Both(order));
 }
 
 template <bool kSwap>
 struct DropAlphaBlock {
-  static constexpr std::size_t kDestinationBytes = 3, kSourceBytes = 4, kPixels = 16, kReserve = 0;
+  static constexpr std::size_t kDestinationBytes = 3, kSourceBytes = 4, kPixels = 32, kReserve = 0;
   template <class StorePolicy>
   void Run(unsigned char* destination, const unsigned char* source) const {
-    WritePacked<StorePolicy>(
-        destination, DropFourth<kSwap>(LoadHalf(source)), DropFourth<kSwap>(LoadHalf(source + 16)),
-        DropFourth<kSwap>(LoadHalf(source + 32)), DropFourth<kSwap>(LoadHalf(source + 48)));
+    WritePacked<StorePolicy>(destination, DropFourth<kSwap>(Load(source)),
+                             DropFourth<kSwap>(Load(source + 32)), DropFourth<kSwap>(Load(source + 64)),
+                             DropFourth<kSwap>(Load(source + 96)));
   }
 };
 
@@ -257,15 +270,11 @@ struct RGB555ToRGBABlock {
 };
 
 struct RGB555ToRGBBlock {
-  static constexpr std::size_t kDestinationBytes = 3, kSourceBytes = 2, kPixels = 16, kReserve = 0;
+  static constexpr std::size_t kDestinationBytes = 3, kSourceBytes = 2, kPixels = 32, kReserve = 0;
   template <class StorePolicy>
   void Run(unsigned char* destination, const unsigned char* source) const {
-    const Vector low = ExpandRGB555(source);
-    const Vector high = ExpandRGB555(source + 16);
-    WritePacked<StorePolicy>(destination, DropFourth<false>(_mm256_castsi256_si128(low)),
-                             DropFourth<false>(_mm256_extracti128_si256(low, 1)),
-                             DropFourth<false>(_mm256_castsi256_si128(high)),
-                             DropFourth<false>(_mm256_extracti128_si256(high, 1)));
+    const auto eight = [source](int block) { return DropFourth<false>(ExpandRGB555(source + 16 * block)); };
+    WritePacked<StorePolicy>(destination, eight(0), eight(1), eight(2), eight(3));
   }
 };
 
