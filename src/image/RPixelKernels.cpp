@@ -177,10 +177,20 @@ const RPixelKernels kPlainPixelKernels = {
     .twice = Twice,
 };
 
-const RPixelKernels& RGetPixelKernels() {
 #if defined(__x86_64__)
-  static const bool kHasAvx2 = __builtin_cpu_supports("avx2") != 0;
-  if (kHasAvx2) return kAvx2PixelKernels;
+bool RHasAvx512Pixels() {
+  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("avx512bw") &&
+         __builtin_cpu_supports("avx512vbmi");
+}
 #endif
-  return kPlainPixelKernels;
+
+const RPixelKernels& RGetPixelKernels() {
+  static const RPixelKernels& kChosen = []() -> const RPixelKernels& {
+#if defined(__x86_64__)
+    if (RHasAvx512Pixels()) return RGetAvx512PixelKernels();
+    if (__builtin_cpu_supports("avx2")) return kAvx2PixelKernels;
+#endif
+    return kPlainPixelKernels;
+  }();
+  return kChosen;
 }

@@ -59,6 +59,11 @@ extern const RPixelKernels kPlainPixelKernels;
 #if defined(__x86_64__)
 /// For processors with AVX2.
 extern const RPixelKernels kAvx2PixelKernels;
+/// For processors that `RHasAvx512Pixels` finds: the loops for AVX2, some of them replaced.
+const RPixelKernels& RGetAvx512PixelKernels();
+/// Whether this processor, and the system that runs on it, has AVX-512 with its operations on bytes and its
+/// byte permutations.
+bool RHasAvx512Pixels();
 #endif
 
 /// Returns the fastest implementation that this machine can run.

@@ -30,6 +30,7 @@ std::vector<Implementation> Implementations() {
   std::vector<Implementation> list = {{"Plain", &kPlainPixelKernels}};
 #if defined(__x86_64__)
   if (__builtin_cpu_supports("avx2")) list.push_back({"Avx2", &kAvx2PixelKernels});
+  if (RHasAvx512Pixels()) list.push_back({"Avx512", &RGetAvx512PixelKernels()});
 #endif
   return list;
 }
@@ -79,8 +80,8 @@ class GuardedBytes {
   std::size_t mOffset = 0;
 };
 
-constexpr std::size_t kSizes[] = {0,  1,  2,  3,  4,  5,  7,  8,  9,  11, 12, 15, 16,
-                                  17, 18, 23, 31, 32, 33, 47, 48, 63, 64, 65, 100};
+constexpr std::size_t kSizes[] = {0,  1,  2,  3,  4,  5,  7,  8,  9,  11, 12,  15,  16,  17,
+                                  18, 23, 31, 32, 33, 47, 48, 63, 64, 65, 100, 127, 128, 193};
 constexpr std::size_t kMisalignments[] = {0, 1, 3, 4, 16};
 
 struct ConvertCase {
@@ -256,9 +257,11 @@ Pixel Unpremultiply(const Pixel& s) {
 
 void ExpectInPlace(void (*kernel)(unsigned char*, std::size_t), const Formula& formula) {
   const Pixels pairs = AllPairs();
-  GuardedBytes pixels(pairs, 0);
-  kernel(pixels.Data(), pairs.size() / 4);
-  EXPECT_EQ(pixels.Bytes(), Expect(pairs, 4, 4, formula));
+  for (const std::size_t misalignment : kMisalignments) {
+    GuardedBytes pixels(pairs, misalignment);
+    kernel(pixels.Data(), pairs.size() / 4);
+    EXPECT_EQ(pixels.Bytes(), Expect(pairs, 4, 4, formula));
+  }
   for (const std::size_t count : kSizes) {
     const Pixels noise = NoisePixels(4 * count);
     GuardedBytes part(noise, count % 7);
@@ -361,7 +364,7 @@ TEST_P(RPixelKernelsTest, SwapRowsExchanges) {
 }
 
 TEST_P(RPixelKernelsTest, CopyRowsCopiesTheRectangleOnly) {
-  constexpr std::size_t kStride = 150;
+  constexpr std::size_t kStride = 200;
   constexpr std::size_t kRows = 5;
   for (const std::size_t rowBytes : kSizes) {
     const Pixels source = NoisePixels(2 * kStride * kRows);
