@@ -170,8 +170,7 @@ std::int64_t RFile::GetSize() {
   const off_t position = lseek(mDescriptor, 0, SEEK_CUR);
   if (position == -1) return -1;
   const off_t size = lseek(mDescriptor, 0, SEEK_END);
-  lseek(mDescriptor, position, SEEK_SET);
-  return size;
+  return lseek(mDescriptor, position, SEEK_SET) == -1 ? -1 : size;
 }
 
 bool RFile::Remove(const char* path) { return path && unlink(path) == 0; }

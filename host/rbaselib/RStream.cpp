@@ -55,17 +55,36 @@ RStream* CreateStream(const char* group, const char* extension) {
   return stream;
 }
 
-// Returns what the reader read, or null; what a failed reader left attached is nobody else's. The stream
-// goes.
+// A stream that goes at the end, also when memory runs out. What a failed reader left attached is nobody
+// else's.
+class OwnedStream {
+ public:
+  explicit OwnedStream(RStream* stream) : mStream(stream) {}
+  ~OwnedStream() {
+    RObject* left = Detach();
+    mStream->Destroy(0);
+    if (left) left->Destroy(0);
+  }
+  OwnedStream(const OwnedStream&) = delete;
+  OwnedStream& operator=(const OwnedStream&) = delete;
+
+  RStream* operator->() const { return mStream; }
+  // Returns what is attached, which the caller owns from now on.
+  RObject* Detach() {
+    RObject* object = mStream->GetObject();
+    mStream->SetObject(nullptr);
+    return object;
+  }
+
+ private:
+  RStream* mStream;
+};
+
+// Returns what the reader read, or null. The stream goes.
 RObject* ReadAndDestroy(RStream* stream, const char* path, RStreamOptions* options) {
-  stream->SetFileName(path);
-  const bool opened = stream->StreamOpen(options);
-  RObject* object = stream->GetObject();
-  stream->SetObject(nullptr);
-  stream->Destroy(0);
-  if (opened) return object;
-  if (object) object->Destroy(0);
-  return nullptr;
+  OwnedStream owned(stream);
+  owned->SetFileName(path);
+  return owned->StreamOpen(options) ? owned.Detach() : nullptr;
 }
 
 }  // namespace

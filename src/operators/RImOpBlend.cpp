@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "image/RDestroyPtr.h"
+
 namespace {
 
 constexpr std::array kPresetTexts = {"custom",   "blend",    "dissolve", "clear",  "A",       "B",
@@ -115,9 +117,9 @@ void RImOpBlend::Destruct() {
 RImageOperator::ROperatorType RImOpBlend::OperatorType() { return kOperatorEffect; }
 
 RImageOperator* RImOpBlend::Clone() {
-  auto* const clone = new (std::nothrow) RImOpBlend(GetPersistentName());
+  RDestroyPtr<RImOpBlend> clone(new (std::nothrow) RImOpBlend(GetPersistentName()));
   if (clone) clone->TransferStaticPropertiesFrom(this);
-  return clone;
+  return clone.release();
 }
 
 bool RImOpBlend::IsAnimatableProperty(RProperty* property) { return RIsAnimatable(kProperties, property); }

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "fp/RFpColorMatrix.h"
+#include "image/RDestroyPtr.h"
 
 // --- Values between the properties and the node, in single precision there.
 
@@ -193,9 +194,9 @@ void RImOpCC::Destruct() {
 RImageOperator::ROperatorType RImOpCC::OperatorType() { return kOperatorEffect; }
 
 RImageOperator* RImOpCC::Clone() {
-  auto* const clone = new (std::nothrow) RImOpCC(GetPersistentName());
+  RDestroyPtr<RImOpCC> clone(new (std::nothrow) RImOpCC(GetPersistentName()));
   if (clone) clone->TransferStaticPropertiesFrom(this);
-  return clone;
+  return clone.release();
 }
 
 bool RImOpCC::IsAnimatableProperty(RProperty* property) { return RIsAnimatable(kProperties, property); }

@@ -14,6 +14,12 @@ class RCheckedFile : public QFile {
     return !mFailed;
   }
 
+  qint64 size() const override {
+    // Asking brings the buffer out as well, and the answer is 0 when that fails.
+    if (isOpen() && !const_cast<RCheckedFile*>(this)->flush()) mFailed = true;
+    return QFile::size();
+  }
+
   /// Brings the last bytes out of the buffer and returns whether everything that was written has left it.
   bool Finish() { return flush() && !mFailed && error() == NoError; }
 
@@ -25,5 +31,5 @@ class RCheckedFile : public QFile {
   }
 
  private:
-  bool mFailed = false;
+  mutable bool mFailed = false;
 };

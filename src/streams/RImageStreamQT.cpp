@@ -130,7 +130,9 @@ Drain PrepareDrain(RImage& source) {
     drain.copy.reset(source.Clone());
     drain.image = drain.copy.get();
     const kImageFormat target = format == kImageFormatBGR ? kImageFormatRGB : kImageFormatRGBA;
-    if (!drain.image || !drain.image->ConvertFormat(target)) return {};
+    // A copy for which memory ran out has no pixels, and would get some that nobody wrote.
+    if (!drain.image || (source.HoldsPixels(1) && !drain.image->HoldsPixels(1))) return {};
+    if (!drain.image->ConvertFormat(target)) return {};
   }
   if (!drain.image->HoldsPixels(1)) return {};
   // Deliberate: the caller's own image stays flipped after the write; who keeps it flips it back.

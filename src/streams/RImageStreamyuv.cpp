@@ -30,7 +30,10 @@ RDestroyPtr<RImage> FrameOf(RImage& image) {
   const auto convert = [&] {
     return copy->GetFormat() == kImageFormatRGB || copy->ConvertFormat(kImageFormatRGB);
   };
-  if (!copy || !convert()) return nullptr;
+  if (!copy) return nullptr;
+  // A copy for which memory ran out has no pixels, and would get some that nobody wrote.
+  const bool isWhole = copy->HoldsPixels(1) || !image.HoldsPixels(1);
+  if (!isWhole || !convert()) return nullptr;
   if (copy->GetWidth() != kYuvWidth || copy->GetHeight() != kYuvLines) {
     // A vector picture is rendered again at the new size, with alpha.
     if (!copy->ConvertSize(kYuvWidth, kYuvLines) || !convert()) return nullptr;

@@ -1,0 +1,306 @@
+// Memory that runs out at every allocation in turn: in every registered reader and writer, in the operations
+// of the record and in every registered effect. Each ends in its documented failure, holds on to nothing and
+// goes well the next time; that a small object is not to be had may also be told by std::bad_alloc.
+#include "support/AllocationFailure.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <new>
+#include <optional>
+#include <ostream>
+
+#include "dds/RDDSDecoder.h"
+#include "module/EntryPointrimage.h"
+#include "operators/RImageOperator.h"
+#include "rbaselib/RArc.h"
+#include "rbaselib/RObjectRegistry.h"
+#include "rbaselib/RStream.h"
+#include "support/CaseName.h"
+#include "support/ImageProbe.h"
+#include "support/TestData.h"
+
+namespace {
+
+using test::AllocationFailure;
+using Bytes = std::vector<unsigned char>;
+/// What came out; none for the documented failure.
+using Result = std::optional<Bytes>;
+
+// A failure of this many bytes is one of pixels or of a file's contents, which no caller needs to catch.
+constexpr std::size_t kLarge = 4096;
+
+struct Work {
+  std::string name;
+  std::function<Result()> run;
+};
+void PrintTo(const Work& work, std::ostream* stream) { *stream << work.name; }
+
+Bytes BytesOf(RImage& image) {
+  const unsigned char* bits = image.GetImageBits();
+  if (!bits) return {};
+  return {bits, bits + std::size_t(image.GetWidth()) * std::size_t(image.GetHeight()) *
+                           std::size_t(image.GetPixelSize())};
+}
+
+Result TakeImage(RImage* made) {
+  const RDestroyPtr<RImage> image(made);
+  if (!image) return std::nullopt;
+  return BytesOf(*image);
+}
+
+// Null when memory runs out.
+test::ProbePtr MakeNoise(kImageFormat format) {
+  constexpr int kWidth = 61;
+  constexpr int kHeight = 40;
+  test::ProbePtr image(new test::ProbeImage);
+  if (!test::InitFrame(*image, format, kWidth, kHeight)) return nullptr;
+  const Bytes noise =
+      test::NoisePixels(std::size_t{kWidth} * kHeight * static_cast<std::size_t>(image->GetPixelSize()));
+  std::ranges::copy(noise, image->GetImageBits());
+  return image;
+}
+
+// Without the C++ library's streams, whose buffers would count.
+Bytes ReadBack(const std::string& path) {
+  QFile file(QString::fromStdString(path));
+  EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+  const QByteArray bytes = file.readAll();
+  return {bytes.begin(), bytes.end()};
+}
+
+// --- Readers and writers, as the host reaches them.
+
+const std::map<std::string, const char*> kSamples = {
+    {"tif", "tiff/gen_im_grey.tiff"},     {"tiff", "tiff/gen_oiio_rgb16.tif"},
+    {"jpg", "jpeg/gen_im_420.jpg"},       {"jpeg", "jpeg/gen_im_444.jpeg"},
+    {"tga", "tga/gen_im_rgba_none.tga"},  {"pic", "pic/gen_syn_mixed_longruns.pic"},
+    {"iff", "iff/gen_pbm_p8_rle.iff"},    {"bmp", "bmp/oiio_g24.bmp"},
+    {"yuv", "yuv/gen_smpte_720x486.yuv"}, {"sgi", "sgi/gen_ff_rgb48_rle.sgi"},
+    {"rgb", "sgi/imgx_rle-rgba8.rgb"},    {"rgba", "sgi/gen_im_rgba_verb.rgba"},
+    {"svg", "svg/tm_quadrants.svg"},      {"png", "png/gen_im_rgba8.png"}};
+
+const test::TemporaryFolder& Folder() {
+  static const test::TemporaryFolder kFolder;
+  return kFolder;
+}
+
+Work ReaderOf(const std::string& extension) {
+  const std::string path =
+      Folder().Write("in." + extension, test::ReadFile(test::DataPath(kSamples.at(extension))));
+  return {"Read_" + extension, [path] { return TakeImage(RImage::ImageFileRead(path.c_str())); }};
+}
+
+Work WriterOf(const std::string& extension) {
+  const std::string path = Folder().Path("out." + extension);
+  return {"Write_" + extension, [extension, path]() -> Result {
+            const test::ProbePtr image = MakeNoise(kImageFormatRGB);
+            if (!image) return std::nullopt;
+            IObject* const face = Object_Create("Stream/Writer/Image", extension.c_str());
+            if (!face) return std::nullopt;
+            const RDestroyPtr<RStream> stream(dynamic_cast<RStream*>(face->IQuery(0, 0)));
+            stream->SetFileName(path.c_str());
+            stream->SetObject(image.get());
+            if (!stream->StreamCreate(nullptr)) return std::nullopt;
+            return ReadBack(path);
+          }};
+}
+
+Result DecodeTexture(const std::string& file) {
+  RDDSDecoder decoder;
+  if (!decoder.Load(test::DataPath(file).c_str()) || decoder.IsPlaceholder()) return std::nullopt;
+  const RPixelBuffer pixels = decoder.DecodeBytes(0, 0, 0);
+  if (!pixels) return std::nullopt;
+  const RDDSInfo& info = decoder.GetInfo();
+  return Bytes(pixels.get(),
+               pixels.get() + std::size_t{4} * std::size_t(info.width) * std::size_t(info.height));
+}
+
+std::vector<Work> ReadersAndWriters() {
+  EntryPointrimage(kDllStart);
+  std::vector<Work> works;
+  for (const auto& row : Object_GetRegistrations("Stream/Reader/Image")) {
+    // Drawing textures needs OpenGL; without it their reader gives up before anything is read.
+    if (row.name != "dds") works.push_back(ReaderOf(row.name));
+  }
+  for (const auto& row : Object_GetRegistrations("Stream/Writer/Image")) works.push_back(WriterOf(row.name));
+  for (const char* file :
+       {"magnum_dxt3", "magnum_dxt1-cube-mips", "magnum_dxt10-rgba16snorm", "gen_bc7_all_modes"}) {
+    std::string name = std::string("Decode_") + file;
+    std::ranges::replace(name, '-', '_');
+    works.push_back({name, [file] { return DecodeTexture(std::string("dds/") + file + ".dds"); }});
+  }
+  const std::string path = Folder().Path("disk.png");
+  works.push_back({"WriteToDisk", [path]() -> Result {
+                     const test::ProbePtr image = MakeNoise(kImageFormatBGRA);
+                     if (!image || !RImage::WriteToDisk(image.get(), path.c_str(), "text", 50, 50))
+                       return std::nullopt;
+                     return ReadBack(path);
+                   }});
+  works.push_back({"ReadFromDisk", []() -> Result {
+                     RImage* image = nullptr;
+                     const std::string from = test::DataPath("png/gen_im_rgba8.png");
+                     if (!RImage::ReadFromDisk(from.c_str(), image, false)) return std::nullopt;
+                     return TakeImage(image);
+                   }});
+  return works;
+}
+
+// --- Operations of the record
+
+// Does the operation on an image of noise; what it leaves is the result, and after a failure the image is as
+// it was.
+Work InPlace(const char* name, bool (*operation)(RImage& image), kImageFormat format = kImageFormatRGBA) {
+  return {name, [operation, format]() -> Result {
+            const test::ProbePtr image = MakeNoise(format);
+            if (!image) return std::nullopt;
+            const Bytes before = BytesOf(*image);
+            if (operation(*image)) return BytesOf(*image);
+            EXPECT_EQ(BytesOf(*image), before);
+            return std::nullopt;
+          }};
+}
+
+Work Making(const char* name, RImage* (*operation)(RImage& image)) {
+  return {name, [operation]() -> Result {
+            const test::ProbePtr image = MakeNoise(kImageFormatRGBA);
+            if (!image) return std::nullopt;
+            return TakeImage(operation(*image));
+          }};
+}
+
+std::vector<Work> Operations() {
+  return {
+      InPlace("ConvertFormat", [](RImage& i) { return i.ConvertFormat(kImageFormatRGB); }),
+      InPlace(
+          "ConvertFormatWider", [](RImage& i) { return i.ConvertFormat(kImageFormatRGBA); }, kImageFormatRGB),
+      InPlace("ConvertSizeSmaller", [](RImage& i) { return i.ConvertSize(20, 11); }),
+      InPlace("ConvertSizeLarger", [](RImage& i) { return i.ConvertSize(200, 111); }),
+      InPlace("ConvertToSquare",
+              [](RImage& i) {
+                const unsigned char fill[4] = {1, 2, 3, 4};
+                return i.ConvertToSquare(fill);
+              }),
+      InPlace("ImageTranslate", [](RImage& i) { return i.ImageTranslate(&i, 3, 5, true, false); }),
+      Making("CreateFromAlphaChannel", [](RImage& i) { return i.CreateFromAlphaChannel(false); }),
+      Making("MergeAlphaChannel", [](RImage& i) { return i.MergeAlphaChannel(&i); }),
+      Making("CloneFromType",
+             [](RImage& i) {
+               return i.CloneFromType(kImageTypeField, kInterleaveFieldOne, kInterpolationNone);
+             }),
+  };
+}
+
+// --- Effects
+
+RDestroyPtr<RImageOperator> CreateEffect(const std::string& name) {
+  IObject* const face = Object_Create("ArcStorable/ImageOperator", name.c_str());
+  return RDestroyPtr<RImageOperator>(face ? dynamic_cast<RImageOperator*>(face->IQuery(0, 0)) : nullptr);
+}
+
+// Makes an effect, connects it, sets everything through its record, clones it and asks for its result in
+// memory, which not every effect can compute there.
+Result UseEffect(const std::string& name) {
+  const auto op = CreateEffect(name);
+  if (!op) return std::nullopt;
+  for (int i = 0; i < op->GetNbPlugs(RImageOperator::kPlugInput); ++i) {
+    test::ProbePtr image = MakeNoise(kImageFormatRGBA);
+    if (!image) return std::nullopt;
+    // The plug owns it from now on.
+    if (op->SetPlugImage(i, RImageOperator::kPlugInput, image.get()) == 0) (void)image.release();
+  }
+  RArc arc;
+  (void)op->ArcStore(&arc, kArcPassFields);
+  (void)op->PropertiesStore(&arc);
+  const std::string record = arc.GetText();
+  Bytes result(record.begin(), record.end());
+  const RDestroyPtr<RImageOperator> clone(op->Clone());
+  if (!clone) return std::nullopt;
+  RArc from;
+  if (!from.SetText(record)) return std::nullopt;
+  (void)clone->ArcRetrieve(&from, kArcPassFields);
+  if (!clone->PropertiesRestore(&from)) return std::nullopt;
+  if (!op->GetProcessingNode()) return std::nullopt;
+  RFpContext context;
+  if (op->ReadLock(&context, kFormRawMask) == 0) return std::nullopt;
+  RImage* const image = op->GetPlugImage(0, RImageOperator::kPlugOutput);
+  if (image) {
+    const Bytes pixels = BytesOf(*image);
+    result.insert(result.end(), pixels.begin(), pixels.end());
+  }
+  (void)op->ReadUnLock(&context, kFormRawMask);
+  return result;
+}
+
+std::vector<Work> Effects() {
+  EntryPointrimage(kDllStart);
+  std::vector<Work> works;
+  for (const auto& row : Object_GetRegistrations("ArcStorable/ImageOperator"))
+    works.push_back({row.name, [name = row.name] { return UseEffect(name); }});
+  return works;
+}
+
+// --- The test
+
+class AllocationFailureTest : public testing::TestWithParam<Work> {
+ protected:
+  void SetUp() override {
+    // What is made once and kept is no leak.
+    for (int i = 0; i < 2; ++i) mExpected = GetParam().run();
+    const AllocationFailure count;
+    EXPECT_EQ(GetParam().run(), mExpected);
+    mCount = count.Count();
+    EXPECT_EQ(AllocationFailure::CountHeld(), 0);
+  }
+
+  // Runs the work without the memory of allocation `which`. Returns whether it came to its end all the same.
+  bool RunWithout(int which, AllocationFailure::Extent extent) {
+    Result result;
+    bool thrown = false;
+    std::size_t size = 0;
+    int held = 0;
+    {
+      const AllocationFailure failure(which, extent);
+      try {
+        result = GetParam().run();
+      } catch (const std::bad_alloc&) {
+        thrown = true;
+      }
+      size = failure.FailedSize();
+      held = AllocationFailure::CountHeld();
+    }
+    EXPECT_EQ(held, 0) << "held after the failure of " << size << " bytes";
+    EXPECT_GT(size, 0U) << "nothing failed";
+    if (thrown) {
+      EXPECT_LT(size, kLarge) << "thrown, not returned";
+    }
+    if (result) {
+      EXPECT_TRUE(result == mExpected) << "done without " << size << " bytes, but not well";
+    }
+    return result.has_value();
+  }
+
+  Result mExpected;
+  int mCount = 0;
+};
+
+TEST_P(AllocationFailureTest, EachIsAFailureOfTheWhole) {
+  EXPECT_GT(mCount, 0);
+  for (const auto extent : {AllocationFailure::kOne, AllocationFailure::kAndAllAfter}) {
+    for (int which = 0; which < mCount; ++which) {
+      SCOPED_TRACE(testing::Message() << "allocation " << which << " of " << mCount << ", extent " << extent);
+      (void)RunWithout(which, extent);
+    }
+  }
+  EXPECT_EQ(GetParam().run(), mExpected) << "goes well again";
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, AllocationFailureTest, testing::ValuesIn(ReadersAndWriters()),
+                         test::CaseName());
+INSTANTIATE_TEST_SUITE_P(Record, AllocationFailureTest, testing::ValuesIn(Operations()), test::CaseName());
+INSTANTIATE_TEST_SUITE_P(Effects, AllocationFailureTest, testing::ValuesIn(Effects()), test::CaseName());
+
+}  // namespace
