@@ -50,6 +50,15 @@ void Prepare(const ToolSettings& settings, int output, int errors) {
   Limit(RLIMIT_AS, settings.mostMemory);
 }
 
+// Becomes a shell that becomes the tool.
+void RunThroughShell(const std::string& commands, std::vector<char*> argv) {
+  const std::string script = commands + "; exec \"$0\" \"$@\"";
+  argv[0] = const_cast<char*>(RIMAGE_TOOL);
+  for (const char* word : {script.c_str(), "-c", "sh"}) argv.insert(argv.begin(), const_cast<char*>(word));
+  execv("/bin/sh", argv.data());
+  _exit(127);
+}
+
 // Takes what is there; false at the end.
 bool Take(int pipe, std::string& text) {
   std::array<char, 4096> part;
@@ -71,6 +80,7 @@ ToolProcess::ToolProcess(const Arguments& arguments, const ToolSettings& setting
   mProcess = fork();
   if (mProcess == 0) {
     Prepare(settings, output[1], errors[1]);
+    if (!settings.shell.empty()) RunThroughShell(settings.shell, argv);
     execv(RIMAGE_TOOL, argv.data());
     _exit(127);
   }

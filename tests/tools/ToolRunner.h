@@ -19,6 +19,7 @@ struct ToolSettings {
   std::string output = {};       ///< where standard output goes; empty: kept
   bool ignoreInterrupt = false;  ///< start with SIGINT ignored
   bool obeyPermissions = false;  ///< also as root, whom they do not bind otherwise
+  std::string shell = {};        ///< what a shell does before it becomes the tool; empty: no shell
 };
 
 struct ToolResult {

@@ -27,6 +27,10 @@ Failure Mistake(const std::string& path, const std::string& reason, const std::s
 
 std::string ReadText(const std::string& path) {
   std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (fs::is_directory(status)) throw Failure(ExitCode::kRead, path, "this is a folder");
+  if (fs::exists(status) && !fs::is_regular_file(status))
+    throw Failure(ExitCode::kRead, path, "this is no regular file");
   const std::uintmax_t size = fs::file_size(path, error);
   if (error) throw Failure(ExitCode::kRead, path, ErrorText(error.value()));
   if (size > kMostBytes) throw Failure(ExitCode::kRead, path, "the file is too large for a graph");

@@ -40,7 +40,9 @@ void CheckRemaining(const CLI::App& app) {
 // A file that is opened later must not become standard error by chance and get its messages.
 void OpenStandardStreams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    if (fcntl(stream, F_GETFD) == -1 && errno == EBADF) (void)open("/dev/null", O_RDWR);
+    // What takes the place of standard output cannot be written either, so that no result is lost unnoticed.
+    const int flags = stream == STDOUT_FILENO ? O_RDONLY : O_RDWR;
+    if (fcntl(stream, F_GETFD) == -1 && errno == EBADF) (void)open("/dev/null", flags);
   }
 }
 
