@@ -31,7 +31,7 @@ float Hue(double red, double green, double blue) {
 
 void DeriveChroma(const RFpKeyerSettings& settings, RFpKeyerParameters& p) {
   const auto& key = settings.key;
-  const double hue = static_cast<double>(Hue(key[0], key[1], key[2]));
+  const auto hue = static_cast<double>(Hue(key[0], key[1], key[2]));
   const double cosine = std::cos(hue);
   const double sine = std::sin(hue);
   // Along the hue, red, green and blue lie a third of a turn apart.
@@ -39,8 +39,8 @@ void DeriveChroma(const RFpKeyerSettings& settings, RFpKeyerParameters& p) {
   const double green = cosine - kRoot3 * sine;
   const double blue = cosine + kRoot3 * sine;
 
-  const double threshold = static_cast<double>(settings.threshold);
-  const double suppression = static_cast<double>(settings.suppression);
+  const auto threshold = static_cast<double>(settings.threshold);
+  const auto suppression = static_cast<double>(settings.suppression);
   const double inner = (1 - static_cast<double>(settings.softness)) * threshold;
   const double outer = (1 - suppression) * inner - suppression;
   const double keySlope = Slope(inner, threshold);
@@ -98,7 +98,7 @@ RFpKeyerUniforms RFpGetKeyerUniforms(const RFpKeyerSettings& settings, const RFp
 
 // Between its ends, n = 1 - (key slope / outer slope) x (1 - m) is the line that starts at where n is 0.
 RFpChromaRamps RFpGetChromaRamps(const RFpKeyerParameters& parameters) {
-  const double outerSlope = static_cast<double>(parameters[0][0]);
+  const auto outerSlope = static_cast<double>(parameters[0][0]);
   const double keySlope = std::min(outerSlope * static_cast<double>(parameters[0][2]), kSteepest);
   const double outer = -static_cast<double>(parameters[1][3]);
   return {{outerSlope, outer}, {keySlope, outer + 1 / outerSlope - 1 / keySlope}};

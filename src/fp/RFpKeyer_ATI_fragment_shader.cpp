@@ -32,7 +32,7 @@ void FillChroma(RFpKeyerParameters& constants, const RFpKeyerParameters& derived
   const double outer = ramps.outer.slope / kSteepest;
   const double key = ramps.key.slope / kSteepest;
   for (std::size_t i = 0; i < 3; ++i) {
-    const double goal = static_cast<double>(-sent.values[3][i]);
+    const auto goal = static_cast<double>(-sent.values[3][i]);
     constants[0][i] = Spread(static_cast<double>(derived[1][i]));
     constants[1][i] = Spread(static_cast<double>(sent.values[2][i]));
     constants[2][i] = inverted ? static_cast<float>(goal) : Spread(goal / 2);
@@ -46,8 +46,8 @@ void FillChroma(RFpKeyerParameters& constants, const RFpKeyerParameters& derived
 // Constant 0: the weights of the luminance, where the ramp starts. Constant 1: its slope.
 RFpKeyerParameters MakeConstants(const RFpKeyerSettings& settings, const RFpKeyerParameters& derived) {
   RFpKeyerParameters constants{};
-  double slope = static_cast<double>(derived[0][0]);
-  double start = static_cast<double>(settings.threshold);
+  auto slope = static_cast<double>(derived[0][0]);
+  auto start = static_cast<double>(settings.threshold);
   if (settings.mode == kFpKeyChroma) {
     const bool inverted = settings.output == kFpKeyedImage && settings.invertMatte;
     FillChroma(constants, derived, RFpGetKeyerUniforms(settings, derived), inverted);
