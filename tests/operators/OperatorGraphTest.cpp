@@ -362,7 +362,8 @@ INSTANTIATE_TEST_SUITE_P(Masks, ResultForms,
                          testing::Values(FormRow{0x40, 0x307F0, 0x40}, FormRow{0x80, 0x307F0, 0x80},
                                          FormRow{0x100, 0x307F0, 0x100}, FormRow{0x203C0, 0x307F0, 0x203C0},
                                          FormRow{0x20000, 0x307F0, 0x20000}, FormRow{0x10, 0x10, 0x10},
-                                         FormRow{0x20, 0x20, 0x20}, FormRow{0x10430, 0x10430, 0x10430},
+                                         FormRow{0x20, 0x20, 0x20}, FormRow{0x1010, 0x10, 0x10},
+                                         FormRow{0x10430, 0x10430, 0x10430},
                                          FormRow{0x307F0, 0x307F0, 0x203C0}, FormRow{0x1000, 0, 0x1000},
                                          FormRow{0x2000, 0, 0x2000}, FormRow{0x4000, 0, 0x4000},
                                          FormRow{0x7000, 0, 0x7000}, FormRow{0x1040, 0x307F0, 0x40},
@@ -491,6 +492,24 @@ TEST_P(DrawCurrent, DrawsIntoTheCallersBufferUnderHisMatrices) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Stored, DrawCurrent, testing::Bool());
+
+TEST_F(OperatorGraphTest, AStoredResultIsDrawnByOneQuad) {
+  const auto op = Make<RImOpBlend>("blend");
+  PutImage(*op, 0, ToImage(NoisePicture(6, 5, 1)));
+  Evaluate(*op);
+  const GLTarget target(8, 8);
+  const GLRecorder recorder;
+  EXPECT_EQ(op->ReadLock(&context, 0x10), 0x10);
+  EXPECT_EQ(recorder.Text({"glScaled", "glTexEnvi", "glBegin", "glTexCoord2i", "glVertex2i", "glEnd"}),
+            "glScaled(0.75, 0.625, 1)\n"
+            "glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE)\n"
+            "glBegin(GL_QUADS)\n"
+            "glTexCoord2i(0, 0)\nglVertex2i(0, 0)\n"
+            "glTexCoord2i(0, 1)\nglVertex2i(0, 5)\n"
+            "glTexCoord2i(1, 1)\nglVertex2i(6, 5)\n"
+            "glTexCoord2i(1, 0)\nglVertex2i(6, 0)\n"
+            "glEnd()\n");
+}
 
 TEST_F(OperatorGraphTest, DrawCurrentWithATextureFormOnlyComputes) {
   const auto op = Make<RImOpBlend>("blend");
@@ -748,6 +767,43 @@ TEST_F(OperatorGraphTest, StagesWithFeedbackStartFromIt) {
   PutImage(*op, 1, ToImage(b));
   EXPECT_EQ(Evaluate(*op).bytes, (std::vector<unsigned char>{110, 120, 130, 140, 51, 62, 73, 84}))
       << "each stage starts from the feedback it asked for";
+}
+
+TEST_F(OperatorGraphTest, AStageThatWritesTheTextureItselfIsNotCopied) {
+  const Registered registered;
+  const auto op = Make<NodeOperator>(1, MakeNode({0x4000, 1}));
+  op->Node().draw = [](RFpContext* drawn, int, int form, int width, int height) {
+    EXPECT_EQ(form, 0x4000);
+    glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, drawn->sources[0].bits);
+  };
+  const Picture a = NoisePicture(6, 5, 1);
+  PutImage(*op, 0, ToImage(a));
+  const GLRecorder recorder;
+  EXPECT_EQ(op->ReadLock(&context, 0x40), 0x40);
+  EXPECT_EQ(recorder.Count("glCopyTexSubImage2D"), 0);
+  EXPECT_EQ(FromTexture(*op->GetPlugImage(0, kOut), 6, 5).bytes, a.bytes);
+}
+
+// The picture below is drawn with its texture, and nothing of that stays for the node.
+TEST_F(OperatorGraphTest, AStageThatReadsTheFeedbackAloneDrawsWithoutTextures) {
+  const Registered registered;
+  const auto op = Make<NodeOperator>(1, MakeNode({0x20, 1}));
+  op->Node().draw = [](RFpContext*, int, int form, int width, int height) {
+    EXPECT_EQ(form, 0x10);
+    glColor4f(1, 1, 1, 1);
+    glRecti(1, 0, width, height);
+  };
+  const auto upstream = Make<RImOpBlend>("upstream");
+  PutImage(*upstream, 0, ToImage({3, 1, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}}));
+  op->SetPlugInputOperator(0, kIn, upstream.get());
+  // Twice, so that the stored picture is drawn, and no other texture is made and bound in between.
+  Evaluate(*op);
+  op->IncUpdateId();
+  const Picture result = Evaluate(*op);
+  EXPECT_EQ(result.width, 720) << "no input decides the size";
+  EXPECT_EQ(PixelAt(result, 0, 0), (std::array<unsigned char, 4>{1, 2, 3, 4})) << "the feedback";
+  EXPECT_EQ(PixelAt(result, 1, 0), (std::array<unsigned char, 4>{255, 255, 255, 255}));
+  EXPECT_EQ(PixelAt(result, 719, 485), (std::array<unsigned char, 4>{255, 255, 255, 255}));
 }
 
 TEST_F(OperatorGraphTest, ANodeThatFailsInTheMiddleLeavesTheStateAsItWas) {

@@ -218,6 +218,18 @@ TEST_F(ProcessLoopTest, ANodeThatDoesNotBindIsNotDrawnAndEverythingIsUndone) {
   EXPECT_GT(output->GetUpdateId(), updates) << "the write was locked and unlocked";
 }
 
+// Drawn or not: the image is locked for writing and unlocked.
+TEST_F(ProcessLoopTest, AStageCountsTwoUpdatesOfItsImage) {
+  Build(1, {0xC0000, 1});
+  EXPECT_EQ(Run(), 0xC7000);
+  for (const int bindResult : {1, 0, 1}) {
+    op->Node().bindResult = bindResult;
+    const int updates = output->GetUpdateId();
+    Run();
+    EXPECT_EQ(output->GetUpdateId(), updates + 2) << bindResult;
+  }
+}
+
 TEST_F(ProcessLoopTest, RunsEveryStageWithTheSizeOfTheInputsBefore) {
   Build(2, {0xC0000, 2});
   op->Node().stages.push_back({0xC0000, 0});
@@ -435,6 +447,16 @@ TEST_F(ReadLockTest, AnyUpdateIdIsComputedOnce) {
     op.reset();
     upstream.clear();
   }
+}
+
+TEST_F(ReadLockTest, AnotherImageAfterDetachingIsNotTakenForTheResult) {
+  Build(1, {0xC0000, 1});
+  Lock();
+  op->ImageDetachTextureObject();
+  PutImage(*op, 0, MakeImage(3, 3), kOut);
+  EXPECT_EQ(Lock(), 0x40000);
+  EXPECT_TRUE(Drew());
+  EXPECT_EQ(op->GetWidth(), 10);
 }
 
 TEST_F(ReadLockTest, ATakenOutputImageIsComputedAnew) {

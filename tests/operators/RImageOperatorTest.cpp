@@ -277,6 +277,17 @@ TEST(RImageOperator, ManyWaysThroughAGraphAreAddedUpInNoTime) {
   EXPECT_EQ(chain[40]->GetUpdateId(), 0) << "2^40 in 32 bits";
 }
 
+TEST(RImageOperator, DrawingTheResultLocksAndUnlocksIt) {
+  Log log;
+  const auto op = Make<FakeOperator>("A", &log);
+  EXPECT_TRUE(op->ImageTextureDrawCurrent(0x10430));
+  EXPECT_EQ(Join(log), "A.ReadLock(0x10430)\nA.ReadUnLock(0x10430)\n");
+  log.clear();
+  op->lockFails = true;
+  EXPECT_FALSE(op->ImageTextureDrawCurrent(0x40));
+  EXPECT_EQ(Join(log), "A.ReadLock(0x40)\n");
+}
+
 TEST(RImageOperator, AnswersItsInterfaces) {
   const auto op = Make<RImageOperator>("faces", true);
   EXPECT_EQ(op->IQuery(1001, 0), static_cast<IObject*>(static_cast<IArcStorable*>(op.get())));
