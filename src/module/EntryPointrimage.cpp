@@ -6,6 +6,7 @@
 #include "dds/RImageStreamDDS.h"
 #include "operators/RImOpBlend.h"
 #include "operators/RImOpCC.h"
+#include "operators/RImOpKeyer.h"
 #include "rbaselib/RObjectRegistry.h"
 #include "streams/RImageStreamQT.h"
 #include "streams/RImageStreamiff.h"
@@ -54,6 +55,7 @@ enum kExtension : int {
 // Deliberate: jpeg, bmp, svg and png are read but have no writer here; `RImage::WriteToDisk` writes what Qt
 // can.
 constexpr std::array kRegistrations{
+    Registration{kEffects, "RImOpKeyer", "Keyer Effect", RImOpKeyer::Genesis},
     Registration{kEffects, "RImOpCC", "ColorCorrector Effect", RImOpCC::Genesis},
     Registration{kEffects, "RImOpBlend", "Blend Effect", RImOpBlend::Genesis},
     Registration{kReaders, "tif", "Stream", CreateStream<RImageStreamQT, kTif>},

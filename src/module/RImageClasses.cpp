@@ -4,6 +4,7 @@
 #include "image/RImage.h"
 #include "operators/RImOpBlend.h"
 #include "operators/RImOpCC.h"
+#include "operators/RImOpKeyer.h"
 #include "operators/RImageOperator.h"
 #include "streams/RImageStream.h"
 #include "streams/RImageStreamQT.h"
@@ -17,6 +18,7 @@ R_DEFINE_CLASS(RImageDDS, RImage)
 R_DEFINE_CLASS(RImageOperator, RObject)
 R_DEFINE_CLASS(RImOpBlend, RImageOperator)
 R_DEFINE_CLASS(RImOpCC, RImageOperator)
+R_DEFINE_CLASS(RImOpKeyer, RImageOperator)
 R_DEFINE_CLASS(RImageStream, RStream)
 R_DEFINE_CLASS(RImageStreamQT, RImageStream)
 R_DEFINE_CLASS(RImageStreampict, RImageStream)

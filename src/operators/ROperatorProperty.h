@@ -80,6 +80,13 @@ void RReadBackProperties(Effect& effect, const std::array<ROperatorProperty<Effe
   }
 }
 
+/// The same for the named properties, in that order; each name must have a row that is read back.
+template <class Effect, std::size_t kRows, std::size_t kNames>
+void RReadBackProperties(Effect& effect, const std::array<ROperatorProperty<Effect>, kRows>& table,
+                         const std::array<const char*, kNames>& names) {
+  for (const char* const name : names) (effect.*RFindPropertyRow(table, name).readBack)();
+}
+
 /// Returns what the table says of a property; true for one that is not in it.
 template <class Effect, std::size_t kRows>
 bool RIsAnimatable(const std::array<ROperatorProperty<Effect>, kRows>& table, const RProperty* property) {
