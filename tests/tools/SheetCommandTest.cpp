@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "TestPictures.h"
 #include "ToolRunner.h"
 #include "support/TestData.h"
@@ -101,6 +103,22 @@ TEST_F(Sheet, ACheckerboardShowsThroughStraightAndPremultipliedAlpha) {
     EXPECT_NEAR(qGreen(light), 102, 2) << name;
     EXPECT_EQ(sheet.pixel(kMargin + 4, kMargin + 12), light) << name;
   }
+}
+
+// Light that was added: more colour than alpha, which would pass 255 where the board shows through.
+TEST_F(Sheet, ColoursAboveTheirAlphaDoNotWrapAround) {
+  QImage image(50, 50, QImage::Format_RGBA8888_Premultiplied);
+  for (int y = 0; y < 50; ++y) {
+    for (int x = 0; x < 50; ++x) {
+      constexpr unsigned char kPixel[] = {255, 200, 0, 64};
+      std::copy_n(kPixel, 4, image.scanLine(y) + 4L * x);
+    }
+  }
+  const QColor pixel = Make({Put("light.tif", image), "--size", "50"}).pixelColor(kMargin + 2, kMargin + 2);
+  constexpr double kBoard = 153 * (1 - 64 / 255.0);
+  EXPECT_NEAR(pixel.red(), kBoard + 64, 1) << "as bright as alpha lets it be";
+  EXPECT_NEAR(pixel.green(), kBoard + 64, 1);
+  EXPECT_NEAR(pixel.blue(), kBoard, 1);
 }
 
 TEST_F(Sheet, WritesNamesUnderThePictures) {

@@ -43,7 +43,8 @@ QImage Fit(const QImage& image, int size) {
 }
 
 Tile MakeTile(Host& host, const std::string& path, const Options& options) {
-  const Picture picture = ReadPicture(host, path, options.read);
+  Picture picture = ReadPicture(host, path, options.read);
+  LimitToAlpha(picture);  // Qt's painter wraps around where a colour and what shows through pass 255
   RImage& image = *picture.image;
   const std::string name = path.substr(path.rfind('/') + 1);
   return {Fit(ToQImage(picture), options.size), QString::fromStdString(Printable(name)),
