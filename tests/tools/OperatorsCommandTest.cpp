@@ -77,6 +77,50 @@ TEST(PropertiesCommand, TellsAllOfTheBlend) {
   EXPECT_EQ(JsonOf({"properties", "RImOpBlend", "--json"}), expected);
 }
 
+TEST(OperatorsCommand, ListsTheKeyerFirst) {
+  const Json keyer = {{"name", "RImOpKeyer"},
+                      {"title", "Keyer Effect"},
+                      {"inputs", {"IN_0", "IN_1"}},
+                      {"outputs", {"OUT_0"}},
+                      {"properties", 11}};
+  EXPECT_EQ(JsonOf({"operators", "--json"}).at(0), keyer);
+  EXPECT_THAT(RunTool({"operators"}, kNoGui).output,
+              testing::StartsWith("RImOpKeyer  Keyer Effect, IN_0 IN_1 to OUT_0, 11 properties\n"));
+}
+
+TEST(PropertiesCommand, TellsAllOfTheKeyer) {
+  const auto enumeration = [](const char* name, const Json& values) {
+    return Json{{"name", name},
+                {"type", "enumeration"},
+                {"values", values},
+                {"default", values.front()},
+                {"animatable", false}};
+  };
+  const auto percent = [](const char* name, double value) {
+    return Json{{"name", name}, {"type", "number"}, {"default", value}, {"animatable", true}};
+  };
+  const auto widened = [](float value) { return static_cast<double>(value); };
+  const Json expected = {
+      {"operator", "RImOpKeyer"},
+      {"properties",
+       {enumeration("Mode", {"Chroma Keying", "Luminance Keying", "Difference Keying"}),
+        enumeration("Output", {"Key", "Matte"}),
+        {{"name", "InvertMatte"}, {"type", "boolean"}, {"default", false}, {"animatable", false}},
+        {{"name", "Key"},
+         {"type", "colour"},
+         {"default", {widened(0.2F), widened(0.28F), widened(0.68F)}},
+         {"animatable", false}},
+        percent("Threshold", 100),
+        percent("Softness", 0),
+        percent("Suppression", 0),
+        percent("LeftMask", 0),
+        percent("RightMask", 0),
+        percent("BottomMask", 0),
+        percent("TopMask", 0)}}};
+  for (const char* name : {"RImOpKeyer", "keyer"})
+    EXPECT_EQ(JsonOf({"properties", name, "--json"}), expected);
+}
+
 TEST(PropertiesCommand, TakesShortNamesInAnyCase) {
   for (const char* name : {"blend", "Blend", "rimopblend", "RImOpBlend"}) {
     const auto result = RunTool({"properties", name}, kNoGui);

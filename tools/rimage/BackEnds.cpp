@@ -20,20 +20,26 @@ struct BackEnd {
   const char* text;
 };
 
+constexpr const char* kNVPrograms = "NVIDIA's fragment programs, the first choice";
+constexpr const char* kNVCombiners = "NVIDIA's register combiners, the best that the driver has";
+constexpr const char* kATIShaders = "ATI's fragment shaders, the best that the driver has";
+constexpr const char* kProcessor = "the processor, which is always there";
+
 // The back ends of each effect, in the order in which it prefers them.
 constexpr std::array kBackEnds{
     BackEnd{"RImOpBlend", "RFpBlend_default", nullptr,
             "OpenGL's fixed blending, which every driver has; the effect never looks for extensions"},
-    BackEnd{"RImOpCC", "RFpCC_NV_fragment_program", "GL_NV_fragment_program",
-            "NVIDIA's fragment programs, the first choice"},
-    BackEnd{"RImOpCC", "RFpCC_NV_register_combiners2", "GL_NV_register_combiners2",
-            "NVIDIA's register combiners, the best that the driver has"},
-    BackEnd{"RImOpCC", "RFpCC_ATI_fragment_shader", "GL_ATI_fragment_shader",
-            "ATI's fragment shaders, the best that the driver has"},
+    BackEnd{"RImOpCC", "RFpCC_NV_fragment_program", "GL_NV_fragment_program", kNVPrograms},
+    BackEnd{"RImOpCC", "RFpCC_NV_register_combiners2", "GL_NV_register_combiners2", kNVCombiners},
+    BackEnd{"RImOpCC", "RFpCC_ATI_fragment_shader", "GL_ATI_fragment_shader", kATIShaders},
     BackEnd{"RImOpCC", "RFpCC_SGI_color_matrix", "GL_SGI_color_matrix",
             "the colour matrix of pixel transfers, the best that the driver has; it leaves zones to the "
             "processor"},
-    BackEnd{"RImOpCC", "RFpCC_default", nullptr, "the processor, which is always there"},
+    BackEnd{"RImOpCC", "RFpCC_default", nullptr, kProcessor},
+    BackEnd{"RImOpKeyer", "RFpKeyer_NV_fragment_program", "GL_NV_fragment_program", kNVPrograms},
+    BackEnd{"RImOpKeyer", "RFpKeyer_NV_register_combiners2", "GL_NV_register_combiners2", kNVCombiners},
+    BackEnd{"RImOpKeyer", "RFpKeyer_ATI_fragment_shader", "GL_ATI_fragment_shader", kATIShaders},
+    BackEnd{"RImOpKeyer", "RFpKeyer_default", nullptr, kProcessor},
 };
 
 struct FormName {

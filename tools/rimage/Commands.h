@@ -35,3 +35,4 @@ Command AddPropertiesCommand(CLI::App& app);
 Command AddGraphCommand(CLI::App& app);
 Command AddBlendCommand(CLI::App& app);
 Command AddCorrectCommand(CLI::App& app);
+Command AddKeyCommand(CLI::App& app);

@@ -234,6 +234,15 @@ Graph GraphRun::Record() const {
 
 namespace {
 
+// The value with as many digits as nodes hold.
+std::string ShortText(const RProperty& property) {
+  const RPropertyValue value = property.GetValue();
+  if (const auto* number = std::get_if<double>(&value)) return fmt::format("{:.7g}", *number);
+  if (const auto* colour = std::get_if<RgeRGBVector>(&value))
+    return fmt::format("{:.7g} {:.7g} {:.7g}", colour->r, colour->g, colour->b);
+  return property.GetText();
+}
+
 void AddRow(std::string& text, const std::string& name, const std::string& value) {
   text += fmt::format("  {:<10}{}\n", name, value);
 }
@@ -275,7 +284,7 @@ std::string GraphRun::ExplainProperties(const Step& step) {
   for (int i = 0; i < step.op->GetPropertyCount(); ++i) {
     const RProperty& property = *step.op->GetProperty(i);
     if (property.GetText() != fresh->GetProperty(i)->GetText())
-      settings.push_back(fmt::format("{} = {}", property.GetName(), property.GetText()));
+      settings.push_back(fmt::format("{} = {}", property.GetName(), ShortText(property)));
   }
   return settings.empty() ? "nothing" : fmt::format("{}", fmt::join(settings, ", "));
 }

@@ -51,10 +51,10 @@ ExitCode Finish(ExitCode code) {
   throw Failure(ExitCode::kWrite, "standard output", ErrorText(errno));
 }
 
-constexpr std::array kCommands{AddFormatsCommand,   AddInfoCommand,       AddConvertCommand,
-                               AddCompareCommand,   AddSheetCommand,      AddBlendCommand,
-                               AddCorrectCommand,   AddGraphCommand,      AddStereoCommand,
-                               AddOperatorsCommand, AddPropertiesCommand, AddDoctorCommand};
+constexpr std::array kCommands{AddFormatsCommand, AddInfoCommand,   AddConvertCommand,   AddCompareCommand,
+                               AddSheetCommand,   AddBlendCommand,  AddCorrectCommand,   AddKeyCommand,
+                               AddGraphCommand,   AddStereoCommand, AddOperatorsCommand, AddPropertiesCommand,
+                               AddDoctorCommand};
 
 ExitCode Run(int argc, char** argv) {
   CLI::App app("Reads, converts, compares and shows picture files.", "rimage");
