@@ -5,10 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdint>
 #include <optional>
 
-#include "image/RImage.h"
+#include "Drawing.h"
 #include "module/EntryPointrimage.h"
 
 namespace {
@@ -17,16 +16,6 @@ constexpr int kWidth = 320;
 constexpr int kHeight = 240;
 constexpr double kEyeDistance = 0.3;
 constexpr double kScreen = 6;  // what is this far away has the same place in both views
-
-struct Vector {
-  double x = 0, y = 0, z = 0;
-};
-
-Vector operator+(const Vector& a, const Vector& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-Vector operator-(const Vector& a, const Vector& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-Vector operator*(double f, const Vector& a) { return {f * a.x, f * a.y, f * a.z}; }
-double Dot(const Vector& a, const Vector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-Vector Normalized(const Vector& a) { return (1 / std::sqrt(Dot(a, a))) * a; }
 
 struct Sphere {
   Vector centre;
@@ -92,24 +81,18 @@ Vector Through(double eye, double column, double row) {
 }
 
 bool WriteView(double eye, const char* path) {
-  RImage* image = RImageCreate();
-  bool written = image && image->Init(kImageFormatRGB, kWidth, kHeight, 0, 0, false, kImageTypeFrame,
-                                      kInterleaveNone, kInterpolationNone, RImage::kIncarnationRaw);
-  for (int row = 0; written && row < kHeight; ++row) {
-    unsigned char* pixel = image->GetImageBits() + 3L * kWidth * (kHeight - 1 - row);
+  Canvas view(kWidth, kHeight);
+  for (int row = 0; row < kHeight; ++row) {
     for (int column = 0; column < kWidth; ++column) {
       Vector sum;
       for (const double dx : {0.25, 0.75}) {
         for (const double dy : {0.25, 0.75})
           sum = sum + Trace({eye, 0, 0}, Through(eye, column + dx, row + dy));
       }
-      for (const double channel : {sum.x, sum.y, sum.z})
-        *pixel++ = static_cast<unsigned char>(std::clamp(channel / 4, 0.0, 1.0) * 255 + 0.5);
+      view.At(column, row) = 0.25 * sum;
     }
   }
-  written = written && RImage::WriteToDisk(image, path, nullptr, -1, -1);
-  if (image) image->Destroy(0);
-  return written;
+  return Write(view, path);
 }
 
 }  // namespace

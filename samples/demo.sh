@@ -6,8 +6,8 @@ samples=$(cd "$(dirname "$0")" && pwd)
 tool=$(realpath "$1")
 mkdir -p "$2"
 out=$(cd "$2" && pwd)
-rm -rf "${out:?}"/{converted,operations,presets,stereo,sheet.png,presets.png,stereo.png,info.json}
-mkdir -p "$out"/{converted,operations,presets,stereo}
+rm -rf "${out:?}"/{converted,operations,presets,stereo,composite,sheet.png,presets.png,stereo.png,composite.png,info.json}
+mkdir -p "$out"/{converted,operations,presets,stereo,composite}
 cd "$samples"
 
 title() { printf '\n== %s\n' "$*"; }
@@ -88,6 +88,26 @@ run sheet stereo-left.png stereo-right.png "${frames[@]}" "$out/stereo.png" --co
 title "Everything on one page"
 run sheet "${pictures[@]}" "$out"/operations/*.png "$out/sheet.png" --columns 7
 
+title "A green screen, in one graph"
+shot=$out/composite
+key=(--set Key=0.13,0.61,0.21 --set Threshold=35 --set Softness=75 --set Suppression=10 --set LeftMask=7)
+run key green-screen.png "$shot/matte.jpg" "${key[@]}" --set Output=Matte
+run key green-screen.png "$shot/keyed.tif" "${key[@]}"
+run key green-screen.png green-screen-clean.jpg "$shot/difference.jpg" --set Mode="Difference Keying" --set Threshold=98 \
+  --set Softness=8 --set Output=Matte
+run correct "$shot/keyed.tif" "$shot/corrected.tif" --set Transparency=true --set Gamma=1.1 --set Gain=1.08,1.02,1
+steps=(green-screen.png green-screen-clean.jpg "$shot"/{difference,matte}.jpg "$shot"/{keyed,corrected}.tif meadow.jpg)
+code=0
+run graph green-screen.json "$shot/composite.png" --explain || code=$?
+if [ $code -eq 0 ]; then
+  run blend "$shot/corrected.tif" meadow.jpg "$shot/step-by-step.png" --set Preset="A over B"
+  run compare "$shot/composite.png" "$shot/step-by-step.png" --tolerance 1
+  steps+=("$shot/composite.png")
+elif [ $code -ne 5 ]; then # Without OpenGL nothing is blended.
+  exit $code
+fi
+run sheet "${steps[@]}" "$out/composite.png" --columns 4 --size 240
+
 title "Done"
 cat <<TEXT
 $out/sheet.png      every picture and every operation, with names
@@ -96,4 +116,5 @@ $out/stereo.png     two views, and the frames that they make
 $out/converted/     each picture in another format
 $out/operations/    one picture for each operation
 $out/info.json      what the pictures hold, as JSON
+$out/composite.png  a green-screen picture on its way into a landscape
 TEXT

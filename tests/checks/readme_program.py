@@ -1,19 +1,22 @@
 #!/usr/bin/env python3
-"""Checks that the program in the README is the one that is built. Usage: readme_program.py ROOT"""
+"""Checks that the program and the graph in the README are those of the repository. Usage: readme_program.py ROOT"""
 import pathlib
 import re
 import sys
 
+SHOWN = {"cpp": "examples/hello.cpp", "json": "samples/green-screen.json"}
+
 
 def main():
     root = pathlib.Path(sys.argv[1])
-    shown = re.search(r"```cpp\n(.*?)```", (root / "README.md").read_text(), re.DOTALL)
-    built = (root / "examples/hello.cpp").read_text()
-    if not shown or shown.group(1) != built:
-        print("README.md does not show examples/hello.cpp as it is")
-        return 1
-    print("README.md shows examples/hello.cpp")
-    return 0
+    readme = (root / "README.md").read_text()
+    failed = False
+    for language, file in SHOWN.items():
+        blocks = re.findall(rf"```{language}\n(.*?)```", readme, re.DOTALL)
+        shown = blocks == [(root / file).read_text()]
+        print(f"README.md {'shows' if shown else 'does not show'} {file} as it is")
+        failed = failed or not shown
+    return 1 if failed else 0
 
 
 if __name__ == "__main__":
