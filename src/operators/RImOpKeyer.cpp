@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "image/RDestroyPtr.h"
+
 namespace {
 
 constexpr std::array kModeTexts = {"Chroma Keying", "Luminance Keying", "Difference Keying"};
@@ -104,9 +106,9 @@ void RImOpKeyer::Destruct() {
 RImageOperator::ROperatorType RImOpKeyer::OperatorType() { return kOperatorEffect; }
 
 RImageOperator* RImOpKeyer::Clone() {
-  auto* const clone = new (std::nothrow) RImOpKeyer(GetPersistentName());
+  RDestroyPtr<RImOpKeyer> clone(new (std::nothrow) RImOpKeyer(GetPersistentName()));
   if (clone) clone->TransferStaticPropertiesFrom(this);
-  return clone;
+  return clone.release();
 }
 
 bool RImOpKeyer::IsAnimatableProperty(RProperty* property) { return RIsAnimatable(kProperties, property); }
