@@ -264,7 +264,7 @@ bool RDDSDecoder::DecodeKept(const nv_dds::CTexture& texture, int level, int sli
   if (!picture.Allocate()) return false;
   for (std::size_t y = 0; y < height; ++y) {
     const auto source = all.subspan((static_cast<std::size_t>(slice) * height + y) * stride, row);
-    std::memcpy(picture.pixels.get() + y * row, source.data(), row);
+    std::memcpy(picture.pixels.get() + y * row, source.data(), source.size());
   }
   return true;
 }
