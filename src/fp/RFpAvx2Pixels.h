@@ -43,4 +43,17 @@ inline void RFpAvx2Store(unsigned char* address, const RFpAvx2Pixels& pixels) {
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(address), _mm256_shuffle_epi8(planes, order));
 }
 
+/// What loops over any number of pixels ask of vectors.
+struct RFpAvx2Lanes {
+  using Floats = RFpAvx2Floats;
+  using Pixels = RFpAvx2Pixels;
+  static constexpr std::size_t kCount = kFpAvx2Pixels;
+
+  static Floats Set(float value) { return _mm256_set1_ps(value); }
+  static Floats Min(Floats a, Floats b) { return _mm256_min_ps(a, b); }
+  static Floats Max(Floats a, Floats b) { return _mm256_max_ps(a, b); }
+  static Pixels Load(const unsigned char* address) { return RFpAvx2Load(address); }
+  static void Store(unsigned char* address, const Pixels& pixels) { RFpAvx2Store(address, pixels); }
+};
+
 }  // namespace

@@ -79,9 +79,17 @@ RFpZoneRows::RFpZoneRows(const std::array<RFpColorMatrix, 3>& matrices,
 
 const RFpColorKernels kPlainColorKernels = {.applyMatrix = ApplyMatrix, .applyZones = ApplyZones};
 
+#if defined(__x86_64__)
+bool RFpHasAvx512Color() {
+  return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
+}
+#endif
+
 const RFpColorKernels& RFpGetColorKernels() {
 #if defined(__x86_64__)
+  static const bool kHasAvx512 = RFpHasAvx512Color();
   static const bool kHasAvx2 = __builtin_cpu_supports("avx2") != 0;
+  if (kHasAvx512) return kAvx512ColorKernels;
   if (kHasAvx2) return kAvx2ColorKernels;
 #endif
   return kPlainColorKernels;

@@ -46,6 +46,11 @@ extern const RFpColorKernels kPlainColorKernels;
 #if defined(__x86_64__)
 /// For processors with AVX2.
 extern const RFpColorKernels kAvx2ColorKernels;
+/// For processors that `RFpHasAvx512Color` finds.
+extern const RFpColorKernels kAvx512ColorKernels;
+/// Whether this processor, and the system that runs on it, has AVX-512 with its operations on bytes, and its
+/// byte permutations: they mark the processors that do not slow down for long vectors.
+bool RFpHasAvx512Color();
 #endif
 
 /// Returns the fastest implementation that this machine can run.

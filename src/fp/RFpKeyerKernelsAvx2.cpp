@@ -5,14 +5,7 @@
 
 namespace {
 
-struct Avx2Lanes {
-  using Floats = RFpAvx2Floats;
-  using Pixels = RFpAvx2Pixels;
-  static constexpr std::size_t kCount = kFpAvx2Pixels;
-
-  static Floats Set(float value) { return _mm256_set1_ps(value); }
-  static Floats Min(Floats a, Floats b) { return _mm256_min_ps(a, b); }
-  static Floats Max(Floats a, Floats b) { return _mm256_max_ps(a, b); }
+struct Avx2Lanes : RFpAvx2Lanes {
   static Floats WherePositive(Floats value, Floats condition) {
     return _mm256_and_ps(value, _mm256_cmp_ps(condition, _mm256_setzero_ps(), _CMP_GT_OQ));
   }
@@ -21,8 +14,6 @@ struct Avx2Lanes {
     const __m256i bits = _mm256_castps_si256(value);
     return _mm256_testz_si256(bits, bits) != 0;
   }
-  static Pixels Load(const unsigned char* address) { return RFpAvx2Load(address); }
-  static void Store(unsigned char* address, const Pixels& pixels) { RFpAvx2Store(address, pixels); }
   static void Clear(unsigned char* address) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(address), _mm256_setzero_si256());
   }

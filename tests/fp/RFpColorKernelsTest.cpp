@@ -24,6 +24,7 @@ std::vector<Implementation> Implementations() {
   std::vector<Implementation> list = {{"Plain", &kPlainColorKernels}};
 #if defined(__x86_64__)
   if (__builtin_cpu_supports("avx2")) list.push_back({"Avx2", &kAvx2ColorKernels});
+  if (RFpHasAvx512Color()) list.push_back({"Avx512", &kAvx512ColorKernels});
 #endif
   return list;
 }
@@ -194,6 +195,10 @@ TEST_P(RFpColorKernelsTest, GivesThePlainBytesAndTouchesNoOthers) {
 
 INSTANTIATE_TEST_SUITE_P(All, RFpColorKernelsTest, testing::ValuesIn(Implementations()),
                          [](const auto& row) { return row.param.name; });
+
+TEST(RFpColorKernels, TheLastThatRunsHereIsChosen) {
+  EXPECT_EQ(&RFpGetColorKernels(), Implementations().back().kernels);
+}
 
 TEST(RFpColorKernels, ZoneRowsHoldDifferencesFromTheMidtones) {
   std::array<RFpColorMatrix, 3> matrices{};
