@@ -52,16 +52,16 @@ enum kDdsCode : std::uint32_t {
 
 /// A pixel layout.
 struct DdsLayout {
-  kDdsReader reader = kDdsReaderBlock;
-  std::uint32_t code = 0;    ///< of the float, block and code readers: a `kDdsCode`
-  const char* name = "";     ///< for people
-  int channels = 3;          ///< decoded, 1 to 4
-  bool isFloat = false;      ///< decoded channels are 32-bit floats, not bytes
-  bool isSigned = false;     ///< bytes are -1 to 1 and converted after reading
-  bool isLuminance = false;  ///< channel 0 is grey, not red
-  bool hasAlpha = false;     ///< the last channel is alpha
-  int pixelBits = 0;         ///< bits a pixel in the file; of blocks 0
-  kBlockFormat blocks = kBlockBC1;
+  kDdsReader reader = kDdsReaderBlock;   ///< which reader decodes it
+  std::uint32_t code = 0;                ///< of the float, block and code readers: a `kDdsCode`
+  const char* name = "";                 ///< for people
+  int channels = 3;                      ///< decoded, 1 to 4
+  bool isFloat = false;                  ///< decoded channels are 32-bit floats, not bytes
+  bool isSigned = false;                 ///< bytes are -1 to 1 and converted after reading
+  bool isLuminance = false;              ///< channel 0 is grey, not red
+  bool hasAlpha = false;                 ///< the last channel is alpha
+  int pixelBits = 0;                     ///< bits a pixel in the file; of blocks 0
+  kBlockFormat blocks = kBlockBC1;       ///< of the block reader
   std::array<std::uint32_t, 4> masks{};  ///< of the masked reader: red, green, blue, alpha
   int paletteEntries = 0;                ///< four bytes each before the data: red, green, blue, alpha
 };

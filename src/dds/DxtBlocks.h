@@ -21,8 +21,11 @@ static_assert(sizeof(DXT3AlphaBlock) == 8);
 
 /// The first half of a DXT5 block; BC4 blocks and both halves of BC5 blocks are alike.
 struct DXT5AlphaBlock {
+  ///@{
+  /// An end of the scale; which one is larger tells how it is divided.
   std::uint8_t alpha0;
   std::uint8_t alpha1;
+  ///@}
   std::uint8_t
       row[6];  ///< four 3-bit indices a pixel row, row 0 in the low 12 bits of the little-endian number
 };

@@ -12,14 +12,14 @@
 struct RDDSInfo {
   const char* format = "";  ///< the layout's name, such as "DXT5" or "BC7_UNORM"
   int width = 0;            ///< of the largest level
-  int height = 0;
-  int depth = 0;   ///< slices of the largest level; 1 unless a volume
-  int levels = 0;  ///< the largest included
+  int height = 0;           ///< of the largest level
+  int depth = 0;            ///< slices of the largest level; 1 unless a volume
+  int levels = 0;           ///< the largest included
   /// Textures: 1, 6 for a cube map, the elements of an array, 6 for each of an array of cube maps.
   int faces = 0;
-  bool isCubemap = false;
-  bool isVolume = false;
-  bool isCompressed = false;
+  bool isCubemap = false;        ///< six faces each
+  bool isVolume = false;         ///< slices
+  bool isCompressed = false;     ///< blocks of 4 x 4 pixels
   bool isFloat = false;          ///< pixels are 32-bit floats
   bool isLuminance = false;      ///< pixels are grey
   bool hasAlpha = false;         ///< pixels without alpha are given as opaque
@@ -44,6 +44,7 @@ class RIMAGE_API RDDSDecoder {
 
   /// Whether the file cannot be decoded; the only picture then is the 64 x 64 placeholder, (255, 0, 0, 0).
   bool IsPlaceholder() const { return !mIsKept && mReader.IsPlaceholder(); }
+  /// Returns what the file holds, borrowed.
   const RDDSInfo& GetInfo() const { return mInfo; }
 
   /// Returns the size of a level along an axis that is `size` in the largest: halved for each, at least 1.

@@ -12,9 +12,11 @@ class RIMAGE_API RImageDDS : public RImage {
 
   /// Makes an empty record without a file.
   RImageDDS();
+  ///@{
   /// A copy has textures of its own and shares pixels and texture as `RImage` does.
   RImageDDS(const RImageDDS& other);
   RImageDDS& operator=(const RImageDDS& other);
+  ///@}
   ~RImageDDS() override;
 
   /// Returns the file's textures.

@@ -33,13 +33,16 @@ class RIMAGE_API TddsReader {
   /// Whether the pixels are the placeholder, not the file's picture.
   bool IsPlaceholder() const { return mIsPlaceholder; }
 
+  ///@{
+  /// Returns the size in pixels; one slice alone is read.
   int GetWidth() const { return mWidth; }
   int GetHeight() const { return mHeight; }
   int GetDepth() const { return 1; }
+  ///@}
   /// Returns the number of channels, 1 to 4, in the order red, green, blue, alpha.
   int GetChannels() const { return mChannels; }
   int GetBitsPerChannel() const { return mBitsPerChannel; }  ///< 8, or 32 for floats
-  bool IsFloat() const { return mIsFloat; }
+  bool IsFloat() const { return mIsFloat; }                  ///< whether channels are 32-bit floats
   /// Returns row `y` (0 is the top one) of width x channels values, borrowed; null outside the picture.
   const unsigned char* GetRow(int y) const;
   /// Copies row `y` to one row for each channel and returns them, borrowed until the next call; null outside

@@ -40,16 +40,20 @@ class RIMAGE_API CSurface {
   CSurface() = default;
   /// Like `create`; the surface is empty when memory runs out.
   CSurface(int w, int h, int d, int imgsize, bool isFloat);
+  ///@{
   /// A copy has pixels of its own; it is empty when there is no memory for them.
   CSurface(const CSurface& other);
   CSurface(CSurface&& other) noexcept = default;
   CSurface& operator=(const CSurface& other);
   CSurface& operator=(CSurface&& other) noexcept = default;
+  ///@}
   virtual ~CSurface() = default;
 
+  ///@{
   /// Returns the pixels, borrowed until the surface changes; null for an empty surface.
   operator char*() { return Bytes(); }              // NOLINT(google-explicit-constructor): host contract
   operator const char*() const { return Bytes(); }  // NOLINT(google-explicit-constructor): host contract
+  ///@}
 
   /// Frees the pixels and makes `imgsize` bytes of zeros. Returns false, leaving an empty surface, when
   /// `imgsize` is negative or memory runs out.
@@ -59,9 +63,12 @@ class RIMAGE_API CSurface {
   /// Frees the pixels and sets all sizes to 0.
   void clear();
 
+  ///@{
+  /// Returns the size in pixels, 0 of an empty surface.
   int get_width() const { return mWidth; }
   int get_height() const { return mHeight; }
   int get_depth() const { return mDepth; }
+  ///@}
   /// Returns the bytes of all slices.
   int get_size() const { return mSize; }
   /// Whether a channel is a 32-bit float, not a byte.
@@ -84,13 +91,16 @@ class RIMAGE_API CSurface {
 class RIMAGE_API CTexture : public CSurface {
  public:
   CTexture() = default;
+  /// Makes the top level as `CSurface` does.
   CTexture(int w, int h, int d, int imgsize, bool isFloat) : CSurface(w, h, d, imgsize, isFloat) {}
 
   /// Returns the number of levels below the top one.
   int get_num_mipmaps() const { return static_cast<int>(mMipmaps.size()); }
+  ///@{
   /// Returns level `index` + 1; `index` must be below the number of mipmaps.
   CSurface& get_mipmap(int index) { return mMipmaps[static_cast<std::size_t>(index)]; }
   const CSurface& get_mipmap(int index) const { return mMipmaps[static_cast<std::size_t>(index)]; }
+  ///@}
   /// Appends the next smaller level and returns it, borrowed until the texture changes.
   CSurface& add_mipmap(CSurface mipmap) { return mMipmaps.emplace_back(std::move(mipmap)); }
 
@@ -122,17 +132,19 @@ class RIMAGE_API CDDSImage {
   std::uint32_t get_format() const { return mFormat; }
   /// Returns the number of channels; DXT1 counts as 3.
   int get_components() const { return mComponents; }
-  // Of the first texture; 0 when there is none.
+  ///@{
+  /// Of the first texture; 0 when there is none.
   int get_width() const { return First().get_width(); }
   int get_height() const { return First().get_height(); }
   int get_depth() const { return First().get_depth(); }
   int get_size() const { return First().get_size(); }
   int get_num_mipmaps() const { return First().get_num_mipmaps(); }
   const CSurface& get_mipmap(int index) const { return First().get_mipmap(index); }
+  ///@}
 
-  bool is_compressed() const { return mCompressed; }
-  bool is_cubemap() const { return mCubemap; }
-  bool is_volume() const { return mVolume; }
+  bool is_compressed() const { return mCompressed; }  ///< whether pixels are kept in blocks
+  bool is_cubemap() const { return mCubemap; }        ///< whether there are six faces
+  bool is_volume() const { return mVolume; }          ///< whether levels have slices
   /// Whether the last load succeeded.
   bool is_valid() const { return mValid; }
   /// Whether the texture is not the file's picture but the sign that it cannot be decoded.
@@ -140,9 +152,11 @@ class RIMAGE_API CDDSImage {
 
   /// Returns the number of textures: one, six for a cube map, 0 when nothing is loaded.
   int get_num_images() const { return static_cast<int>(mImages.size()); }
+  ///@{
   /// Returns a texture, borrowed until the image changes; `index` must be below the number of textures.
   CTexture& get_image(int index) { return mImages[static_cast<std::size_t>(index)]; }
   const CTexture& get_image(int index) const { return mImages[static_cast<std::size_t>(index)]; }
+  ///@}
 
   /// Returns the bytes of one slice of a compressed level in the image's format.
   int size_dxtc(int width, int height) const;

@@ -40,7 +40,7 @@ class RIMAGE_API RFpBlend_default : public RFpBlend {
  protected:
   /// Brings the OpenGL values up to date when a parameter has changed since the last time.
   void Derive();
-  const std::array<float, 4>& Color() const { return mColor; }
+  const std::array<float, 4>& Color() const { return mColor; }  ///< the constant colour
 
  private:
   bool IsIdentity() const;

@@ -52,11 +52,15 @@ class RIMAGE_API RFpCC_default : public RFpCC {
   void Derive();
   /// Whether three matrices are needed instead of one.
   bool UsesZones() const { return mZoneCount != 0; }
+  ///@{
+  /// Returns what was derived last, borrowed: the one matrix, a zone's (0 shadows, 1 midtones, 2 highlights),
+  /// and the settings.
   const RFpColorMatrix& GetMatrix() const { return mMatrix; }
   const RFpColorMatrix& GetZoneMatrix(int zone) const {
     return mZoneMatrices[static_cast<std::size_t>(zone)];
   }
   const RFpColorSettings& GetSettings() const { return mSettings; }
+  ///@}
   /// Returns the least alpha of the result: 1 when transparency is off.
   float GetAlphaFloor() const { return mSettings.transparency ? 0.0F : 1.0F; }
 

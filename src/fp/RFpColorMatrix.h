@@ -9,8 +9,9 @@ inline constexpr std::array<double, 3> kFpLuminance = {0.3086, 0.6094, 0.0820};
 /// Column k holds what input channel k (red, green, blue, alpha) contributes to each output channel. An
 /// offset is a contribution of alpha, which is 1 in an opaque image.
 struct RFpColorMatrix {
-  std::array<std::array<float, 4>, 4> columns;
+  std::array<std::array<float, 4>, 4> columns;  ///< by input channel, then output channel
 
+  /// Whether all coefficients are equal.
   friend bool operator==(const RFpColorMatrix&, const RFpColorMatrix&) = default;
 };
 
@@ -18,14 +19,19 @@ struct RFpColorMatrix {
 /// applied after what is there. Alpha is never touched.
 class RFpColorTransform {
  public:
+  ///@{
+  /// Multiplies the colours, or adds shares of alpha to them.
   RFpColorTransform& Scale(double red, double green, double blue);
   RFpColorTransform& Offset(double red, double green, double blue);
+  ///@}
   /// Moves the colours towards their luminance (0), or away from it (above 1).
   RFpColorTransform& Saturate(double saturation);
   /// Turns the colours about the grey axis, keeping their luminance.
   RFpColorTransform& RotateHue(double degrees);
+  /// Applies another transform.
   RFpColorTransform& Apply(const RFpColorTransform& next);
 
+  /// Returns the matrix in single precision.
   RFpColorMatrix Round() const;
 
  private:
@@ -34,12 +40,16 @@ class RFpColorTransform {
 
 /// The settings of one zone; component 0 of a vector stands for all colours, 1 to 3 for red, green, blue.
 struct RFpColorZone {
+  ///@{
+  /// Brightness and contrast, then each colour's own.
   std::array<float, 4> offset{0, 0, 0, 0};
   std::array<float, 4> gain{1, 1, 1, 1};
-  float saturation = 1;
-  float hue = 0;  ///< degrees
+  ///@}
+  float saturation = 1;  ///< 0 is grey
+  float hue = 0;         ///< degrees
 };
 
+/// The zones, by which settings are counted.
 enum kFpColorZone : int {
   kFpZoneGlobal = 0,
   kFpZoneShadows = 1,
@@ -50,20 +60,26 @@ enum kFpColorZone : int {
 
 /// What a colour correction is made of.
 struct RFpColorSettings {
-  std::array<RFpColorZone, kFpZoneCount> zones;
-  bool colorPoints = false;
+  std::array<RFpColorZone, kFpZoneCount> zones;  ///< by `kFpColorZone`
+  bool colorPoints = false;                      ///< whether black and white count
+  ///@{
+  /// The values that become 0 and 1.
   std::array<float, 3> black{0, 0, 0};
   std::array<float, 3> white{1, 1, 1};
-  bool transparency = false;
-  bool negative = false;
-  float midPoint = 0.5F;
-  float gamma = 1;
+  ///@}
+  bool transparency = false;  ///< whether alpha counts
+  bool negative = false;      ///< whether the result is inverted
+  float midPoint = 0.5F;      ///< the luminance between shadows and highlights
+  float gamma = 1;            ///< of the tonal curve
 };
 
 /// A tonal curve's piece: scale x value + offset.
 struct RFpZoneLine {
+  ///@{
+  /// A coefficient of the line.
   double scale;
   double offset;
+  ///@}
 };
 
 /// Returns the lines of shadows, midtones and highlights that together follow value^(1 / gamma): each

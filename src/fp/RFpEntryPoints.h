@@ -9,7 +9,7 @@
 /// nothing: drivers hand out stubs for any name, so the extension must be advertised as well.
 class RIMAGE_API RFpEntryPoints {
  public:
-  using Address = void (*)();
+  using Address = void (*)();  ///< a function, to be cast to its own type
 
   RFpEntryPoints() = default;
   RFpEntryPoints(const RFpEntryPoints&) = delete;

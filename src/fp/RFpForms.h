@@ -41,10 +41,12 @@ inline constexpr int kFormFeedbackMask = 0x22A0;
 /// The forms that such a stage's other inputs are read in, once its requirement is shifted right by one.
 inline constexpr int kFormFeedbackInputMask = 0x1150;
 
+///@{
 /// The forms by what they write.
 inline constexpr int kFormTextureWriteMask = 0x4402;
 inline constexpr int kFormRawWriteMask = 0xF0004;
 inline constexpr int kFormFrameBufferWriteMask = 0x33F1;
+///@}
 
 /// Texture forms that are drawn by a rectangle in pixel coordinates.
 inline constexpr int kFormRectangleMask = kFormRectangleToBuffer | kFormRectangleOverBuffer;

@@ -9,13 +9,16 @@
 
 /// What a key is made of, as a new node holds it.
 struct RFpKeyerSettings {
-  std::array<float, 3> key{0.2F, 0.28F, 0.68F};
+  std::array<float, 3> key{0.2F, 0.28F, 0.68F};  ///< red, green, blue
+  ///@{
+  /// 0 to 1.
   float threshold = 1;
   float softness = 0;
   float suppression = 0;
-  int mode = kFpKeyChroma;
-  int output = kFpKeyedImage;
-  bool invertMatte = false;
+  ///@}
+  int mode = kFpKeyChroma;      ///< a `kFpKeyerMode`
+  int output = kFpKeyedImage;   ///< a `kFpKeyerOutput`
+  bool invertMatte = false;     ///< keeps what would go
   std::array<float, 4> mask{};  ///< by `kFpKeyerEdge`
 };
 
@@ -37,8 +40,8 @@ void RFpDeriveKeyerParameters(const RFpKeyerSettings& settings, RFpKeyerParamete
 
 /// What a program is sent: the first `count` of p0 to p3.
 struct RFpKeyerUniforms {
-  RFpKeyerParameters values;
-  std::size_t count;
+  RFpKeyerParameters values;  ///< p0 to p3
+  std::size_t count;          ///< parameters that the program reads
 };
 
 /// Returns what the settings' program, which must be known, computes with:
@@ -54,15 +57,19 @@ RFpKeyerUniforms RFpGetKeyerUniforms(const RFpKeyerSettings& settings, const RFp
 /// saturate(slope x (value - start)), for hardware whose numbers have a narrow range.
 struct RFpKeyerRamp {
   double slope;  ///< 0 to 256
-  double start;
+  double start;  ///< where it leaves 0
 };
 
 /// The two ramps of chroma keying over a colour's part along the key's hue: `outer` is m above, `key` is
 /// n of what is not inverted.
 struct RFpChromaRamps {
+  ///@{
+  /// A ramp.
   RFpKeyerRamp outer;
   RFpKeyerRamp key;
+  ///@}
 };
+/// Returns the ramps of chroma keying.
 RFpChromaRamps RFpGetChromaRamps(const RFpKeyerParameters& parameters);
 
 /// The ramp of difference keying over |A - B|^2.

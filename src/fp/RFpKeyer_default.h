@@ -40,8 +40,11 @@ class RIMAGE_API RFpKeyer_default : public RFpKeyer {
  protected:
   /// Brings the parameters up to date when a setting has changed since the last time.
   void Derive();
+  ///@{
+  /// Returns what the node holds, and what was derived from it last; borrowed.
   const RFpKeyerSettings& GetSettings() const { return mSettings; }
   const RFpKeyerParameters& GetParameters() const { return mParameters; }
+  ///@}
 
  private:
   void DrawMemory(const RFpContext& context, int width, int height) const;

@@ -9,8 +9,11 @@
 template <int* kCount>
 struct RInstanceCount {
   RInstanceCount() { ++std::atomic_ref(*kCount); }
+  ///@{
+  /// A copy is an object of its own.
   RInstanceCount(const RInstanceCount&) : RInstanceCount() {}
   RInstanceCount& operator=(const RInstanceCount&) = default;
+  ///@}
   ~RInstanceCount() { --std::atomic_ref(*kCount); }
 };
 

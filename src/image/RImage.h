@@ -27,11 +27,13 @@ enum kImageFormat : int {
   kImageFormatARGB = 8,
 };
 
+/// What the rows of an image are.
 enum kImageType : int {
   kImageTypeFrame = 0,  ///< a full progressive frame
   kImageTypeField = 1,  ///< one field of an interlaced frame: half its rows
 };
 
+/// Which rows of a frame a field takes.
 enum kInterleaveType : int {
   kInterleaveNone = 0,
   kInterleaveFieldOne = 1,  ///< rows 0, 2, 4 ... in memory; of a 576-row frame rows 1, 3, 5 ...
@@ -39,6 +41,7 @@ enum kInterleaveType : int {
   kInterleaveAverage = 3,   ///< both fields blended
 };
 
+/// How a frame is made of a field.
 enum kInterpolationType : int {
   kInterpolationNone = 0,
   kInterpolationDouble = 1,  ///< doubles the rows of a field when a frame is made from it
@@ -60,15 +63,19 @@ RIMAGE_API void Invert2(void* value);
 /// Reverses the byte order of one 32-bit value in place; the address may be unaligned.
 RIMAGE_API void Invert4(void* value);
 
+///@{
 /// The corners of the hue circle in order: red, yellow, green, cyan, blue, magenta, red. The fourth value is
 /// 0.
 RIMAGE_API extern const float kHueColor[7][4];
 RIMAGE_API extern const double kDoubleHueColor[7][4];
+///@}
 
+///@{
 /// Converts hue, saturation and brightness, each 0 to 1, to three values at `rgb`. A hue outside 0 to 1 is
 /// clamped.
 RIMAGE_API void GetHSBToRGBColor(float hue, float saturation, float brightness, float* rgb);
 RIMAGE_API void GetHSBToRGBColor(double hue, double saturation, double brightness, double* rgb);
+///@}
 /// Converts three values at `rgb` to hue, saturation and brightness at `hsb`. `rgb` is not changed.
 RIMAGE_API void GetRGBToHSBColor(double* rgb, double* hsb);
 
@@ -85,6 +92,7 @@ RIMAGE_API RImage* RImageCreate();
 class RIMAGE_API RImage : public RObject {
   R_CLASS(RImage, RObject)
 
+  /// Where the pixels are.
   enum kIncarnationType : int {
     kIncarnationRaw = 0,  ///< the pixels are in memory
     kIncarnationGL = 1,   ///< the pixels are in the texture
@@ -92,12 +100,15 @@ class RIMAGE_API RImage : public RObject {
 
   /// Makes an empty record: 0 x 0, depth 1, undefined format, no storage.
   RImage();
+  ///@{
   /// A copy shares the buffer and the texture of `other`; each is released once, with its last owner. `Clone`
   /// is the deep copy.
   RImage(const RImage& other);
   RImage& operator=(const RImage& other);
+  ///@}
   ~RImage() override;
 
+  /// Gives the storage back.
   void Destruct() override;
 
   // --- Format and geometry. A setter stores the value, makes the storage fit, counts an update and returns
@@ -105,20 +116,28 @@ class RIMAGE_API RImage : public RObject {
 
   /// A value that is no format leaves everything as it is and returns the held format.
   virtual kImageFormat SetFormat(kImageFormat format);
+  ///@{
+  /// Returns what the record holds.
   virtual kImageFormat GetFormat();
   virtual kImageType GetImageType();
   virtual kInterleaveType GetInterleaveType();
   virtual kInterpolationType GetInterpolationType();
+  ///@}
   virtual int GetHeight();  ///< rows of one layer
   virtual int GetWidth();   ///< pixels a row
   virtual int GetDepth();   ///< layers
+  ///@{
+  /// Stores a size in pixels, makes the storage fit, counts an update and returns the size.
   virtual int SetHeight(int height);
   virtual int SetWidth(int width);
+  ///@}
   /// Does nothing when the depth is that already.
   virtual int SetDepth(int depth);
+  ///@{
   /// The padding value is kept for the host; rows are always tightly packed.
   virtual int SetPadWidth(int padWidth);
   virtual int GetPadWidth();
+  ///@}
   virtual int GetPixelSize();  ///< bytes a pixel
 
   // --- Copies and new images; the caller owns the result.
@@ -187,26 +206,29 @@ class RIMAGE_API RImage : public RObject {
   /// Copies pixels of the image's own format into it: all layers of a raw image, layer 0 of a texture. True,
   /// also when there is nothing to copy to.
   virtual bool SetImageBits(unsigned char* source);
+  /// Returns the name of the texture, 0 without one.
   virtual unsigned int GetTextureID();
   /// Gives the storage back and takes a texture, deleted with the record when `own` is set; the description
   /// stays.
   virtual void SetTextureID(unsigned int textureId, bool own);
   /// Makes an incarnation current, moving the pixels over when `transfer` is set; false when that fails.
   virtual bool RequestIncarnation(kIncarnationType incarnation, bool transfer);
+  /// `RequestIncarnation` of the texture.
   virtual bool RequestGLIncarnation(bool transfer);
   /// A texture that comes back to memory has the texture's size: powers of two.
   virtual bool RequestRawIncarnation(bool transfer);
+  /// Returns where the pixels are.
   virtual kIncarnationType GetIncarnation();
 
   /// Adds one to the advisory count of users and returns the count before. It never frees the record.
   int IncReferenceCount();
   /// Takes one off the count; at zero and below nothing happens.
   void DecReferenceCount();
-  int GetReferenceCount() const { return mReferenceCount; }
+  int GetReferenceCount() const { return mReferenceCount; }  ///< users, an advisory count
 
   /// Counts one change of pixels or geometry and notes it for the current incarnation.
   void Update();
-  int GetUpdateId() const { return mUpdateId; }
+  int GetUpdateId() const { return mUpdateId; }  ///< changes so far
 
   /// Returns the first byte of a layer, borrowed, or null when there is no such layer or no memory.
   unsigned char* GetImageBitsAtDepth(unsigned int layer);
@@ -220,12 +242,15 @@ class RIMAGE_API RImage : public RObject {
   /// for a null destination or one of another size or pixel size.
   bool ImageTranslate(RImage* destination, int dx, int dy, bool wrap, bool initDestination);
 
+  ///@{
   /// The path of the vector file that the pixels were rendered from; empty for raster images.
   const RString& GetVectorSourcePath() const { return mVectorSourcePath; }
   void SetVectorSourcePath(const char* path) { mVectorSourcePath = path; }
+  ///@}
 
   // --- Files.
 
+  /// A host's reading function: returns a new image, or null. The path is UTF-8.
   using ImageFileReadCallback = RImage* (*)(const char* path);
   /// Reads a file with the host's callback, or with the registered reader for its extension; null when that
   /// fails. The caller owns the result.
@@ -239,6 +264,7 @@ class RIMAGE_API RImage : public RObject {
   /// Writes `image` through Qt (or the module's TGA writer), the format following the extension. The pixels
   /// of RGBA images are taken as premultiplied. Leaves an RGBA or RGB image flipped top to bottom.
   static bool WriteToDisk(RImage* image, const char* path, const char* text, int quality, int compression);
+  /// The callback that is installed, or null.
   static ImageFileReadCallback sImageFileReader;
 
   /// Returns OpenGL's pixel format for uploads and read-backs, or -1 when there is none.
@@ -277,28 +303,34 @@ class RIMAGE_API RImage : public RObject {
   /// Frees the storage and takes `buffer`, of `bytes` bytes, as the raw pixels.
   void AdoptPixels(RPixelBuffer buffer, int bytes);
 
+  ///@{
+  /// The size in pixels.
   int mWidth = 0;
   int mHeight = 0;
   int mDepth = 1;
-  int mPadWidth = 0;       ///< kept for the host; nothing here depends on it
-  int mPixelSize = 4;      ///< bytes a pixel
-  int mAllocatedSize = 0;  ///< capacity of the raw buffer in bytes
-  int mImageSize = 0;      ///< bytes of all layers, as of the last validation
-  int mReferenceCount = 0;
+  ///@}
+  int mPadWidth = 0;        ///< kept for the host; nothing here depends on it
+  int mPixelSize = 4;       ///< bytes a pixel
+  int mAllocatedSize = 0;   ///< capacity of the raw buffer in bytes
+  int mImageSize = 0;       ///< bytes of all layers, as of the last validation
+  int mReferenceCount = 0;  ///< users, an advisory count
   /// For each incarnation the value of `mUpdateId` when it was last made current or written.
   std::array<int, 2> mIncarnationUpdateId{};
-  unsigned int mTextureId = 0;
-  kIncarnationType mIncarnation = kIncarnationRaw;
-  unsigned char* mBits = nullptr;
+  unsigned int mTextureId = 0;                      ///< 0 without a texture
+  kIncarnationType mIncarnation = kIncarnationRaw;  ///< where the pixels are
+  unsigned char* mBits = nullptr;                   ///< raw pixels, or null
+  ///@{
+  /// What the pixels are.
   kImageFormat mFormat = kImageFormatUndefined;
   kImageType mImageType = kImageTypeFrame;
   kInterleaveType mInterleaveType = kInterleaveNone;
   kInterpolationType mInterpolationType = kInterpolationNone;
+  ///@}
   bool mOwnsBits = true;      ///< whether `Clear` gives the raw buffer back
   bool mOwnsTexture = false;  ///< whether `Clear` deletes the texture
-  int mUpdateId = 0;
-  RString mVectorSourcePath;
-  int mReservedMode = 2;  ///< for the host: copied, never read here
+  int mUpdateId = 0;          ///< changes so far
+  RString mVectorSourcePath;  ///< empty of a raster image
+  int mReservedMode = 2;      ///< for the host: copied, never read here
 
  private:
   /// Replaces the texture's lower left corner by the pixels at `source`, in the image's format and size.

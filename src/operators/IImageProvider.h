@@ -13,8 +13,8 @@ struct RFpContext;
 struct RIMAGE_API IImageProvider {
   /// Returns the image, borrowed, or null.
   virtual RImage* GetImage() const = 0;
-  virtual int GetUpdateId() = 0;
-  virtual void IncUpdateId() = 0;
+  virtual int GetUpdateId() = 0;   ///< a number that changes with the image
+  virtual void IncUpdateId() = 0;  ///< makes it another
 
   /// Returns the forms in which the image is there at present, whether it is up to date or not; 0 without
   /// one. `want` says what the caller would like.
@@ -23,17 +23,26 @@ struct RIMAGE_API IImageProvider {
   virtual int ReadLock(RFpContext* context, int mask) = 0;
   /// Binds the image as input `unit` of `count`.
   virtual int ReadBind(RFpContext* context, int mask, int unit, int count) = 0;
+  ///@{
+  /// Takes back what the call of the other name did.
   virtual int ReadUnBind(RFpContext* context, int mask, int unit, int count) = 0;
   virtual int ReadUnLock(RFpContext* context, int mask) = 0;
+  ///@}
   /// Makes the image `width` x `height` RGBA pixels in the incarnation that `mask` writes.
   virtual int WriteLock(RFpContext* context, int mask, int width, int height) = 0;
+  ///@{
+  /// Makes the image the target of drawing, and takes that back.
   virtual int WriteBind(RFpContext* context, int mask) = 0;
   virtual int WriteUnBind(RFpContext* context, int mask) = 0;
+  ///@}
   /// `drawn` is 0 when nothing was written.
   virtual int WriteUnLock(RFpContext* context, int mask, int drawn) = 0;
 
+  ///@{
+  /// Returns the size in pixels, 0 without an image.
   virtual int GetWidth() = 0;
   virtual int GetHeight() = 0;
+  ///@}
 
   virtual ~IImageProvider() = default;
 };

@@ -17,19 +17,24 @@
 class RIMAGE_API RImOpBlend : public RImageOperator {
   R_CLASS(RImOpBlend, RImageOperator)
 
+  /// Makes an operator with all properties at their defaults and a node of its own.
   explicit RImOpBlend(const RString& name);
   ~RImOpBlend() override;
 
+  /// Releases node, plugs and images.
   void Destruct() override;
   ROperatorType OperatorType() override;
   RImageOperator* Clone() override;
   bool IsAnimatableProperty(RProperty* property) override;
+  /// Returns the class's name in archives, static.
   const char* ArcGetObjectSubType() override;
 
   // --- Setters of the properties. Each stores what the node makes of the value.
 
   /// 1 to 16 set the functions and factors as well; any other number is only stored.
   virtual void PresetSet(int preset);
+  ///@{
+  /// Sets a property: the constant colour and its alpha in percent, or the number of a function or factor.
   virtual void ColorSet(RgeRGBVector color);
   virtual void AlphaSet(double percent);
   virtual void FuncRGBSet(int function);
@@ -38,9 +43,12 @@ class RIMAGE_API RImOpBlend : public RImageOperator {
   virtual void AFactorAlphaSet(int factor);
   virtual void BFactorRGBSet(int factor);
   virtual void BFactorAlphaSet(int factor);
+  ///@}
 
   // --- Texts of the enumerations, static; null for a value outside.
 
+  ///@{
+  /// Returns the text of a value, static, or null.
   static const char* PresetAsString(int value);
   static const char* FuncRGBAsString(int value);
   static const char* FuncAlphaAsString(int value);
@@ -48,11 +56,14 @@ class RIMAGE_API RImOpBlend : public RImageOperator {
   static const char* AFactorAlphaAsString(int value);
   static const char* BFactorRGBAsString(int value);
   static const char* BFactorAlphaAsString(int value);
+  ///@}
 
   /// Makes an operator named "Blend" for the host's factory registry; the arguments are ignored.
   static IObject* Genesis(IObject* parent, const char* name, void* data);
 
+  /// All properties, in the order of their setters.
   using PropertyTable = std::array<ROperatorProperty<RImOpBlend>, 9>;
+  /// Returns the table, static.
   static const PropertyTable& GetPropertyTable() { return kProperties; }
 
  private:

@@ -13,17 +13,22 @@
 class RIMAGE_API RImOpCC : public RImageOperator {
   R_CLASS(RImOpCC, RImageOperator)
 
+  /// Makes an operator with all properties at their defaults and a node of its own.
   explicit RImOpCC(const RString& name);
   ~RImOpCC() override;
 
+  /// Releases node, plugs and images.
   void Destruct() override;
   ROperatorType OperatorType() override;
   RImageOperator* Clone() override;
   bool IsAnimatableProperty(RProperty* property) override;
+  /// Returns the class's name in archives, static.
   const char* ArcGetObjectSubType() override;
 
   // --- Setters of the properties. Each stores what the node makes of the value, and touches no other.
 
+  ///@{
+  /// Sets a property; `kProperties` has the ranges. Hue is in degrees.
   virtual void TransparencySet(bool transparency);
   virtual void BlackSet(RgeRGBVector black);
   virtual void WhiteSet(RgeRGBVector white);
@@ -55,11 +60,14 @@ class RIMAGE_API RImOpCC : public RImageOperator {
   virtual void HighlightSaturationSet(double saturation);
   virtual void HighlightGainSet(RgeRGBVector gain);
   virtual void HighlightOffsetSet(RgeRGBVector offset);
+  ///@}
 
   /// Makes an operator named "CC" for the host's factory registry; the arguments are ignored.
   static IObject* Genesis(IObject* parent, const char* name, void* data);
 
+  /// All properties, in the order of their setters.
   using PropertyTable = std::array<ROperatorProperty<RImOpCC>, 31>;
+  /// Returns the table, static.
   static const PropertyTable& GetPropertyTable() { return kProperties; }
 
  private:

@@ -16,17 +16,22 @@
 class RIMAGE_API RImOpKeyer : public RImageOperator {
   R_CLASS(RImOpKeyer, RImageOperator)
 
+  /// Makes an operator with all properties at their defaults and a node of its own.
   explicit RImOpKeyer(const RString& name);
   ~RImOpKeyer() override;
 
+  /// Releases node, plugs and images.
   void Destruct() override;
   ROperatorType OperatorType() override;
   RImageOperator* Clone() override;
   bool IsAnimatableProperty(RProperty* property) override;
+  /// Returns the class's name in archives, static.
   const char* ArcGetObjectSubType() override;
 
   // --- Setters of the properties. Each stores what the node makes of the value, and touches no other.
 
+  ///@{
+  /// Sets a property; enumerations by the numbers of `kFpKeyerMode` and `kFpKeyerOutput`.
   virtual void ModeSet(int mode);
   virtual void OutputSet(int output);
   virtual void InvertMatteSet(bool invertMatte);
@@ -38,16 +43,22 @@ class RIMAGE_API RImOpKeyer : public RImageOperator {
   virtual void RightMaskSet(double percent);
   virtual void BottomMaskSet(double percent);
   virtual void TopMaskSet(double percent);
+  ///@}
 
   // --- Texts of the enumerations, static; null for a value outside.
 
+  ///@{
+  /// Returns the text of a value, static, or null.
   static const char* ModeAsString(int value);
   static const char* OutputAsString(int value);
+  ///@}
 
   /// Makes an operator named "Keyer" for the host's factory registry; the arguments are ignored.
   static IObject* Genesis(IObject* parent, const char* name, void* data);
 
+  /// All properties, in the order of their setters.
   using PropertyTable = std::array<ROperatorProperty<RImOpKeyer>, 11>;
+  /// Returns the table, static.
   static const PropertyTable& GetPropertyTable() { return kProperties; }
 
  private:

@@ -26,10 +26,12 @@
 class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
   R_CLASS(RImageOperator, RObject)
 
+  /// The two lists of plugs.
   enum RPlugType : int {
     kPlugInput = 0,
     kPlugOutput = 1,
   };
+  /// The kinds of operators that hosts know.
   enum ROperatorType : int {
     kOperatorBase = 0,
     kOperatorEffect = 3,
@@ -40,12 +42,15 @@ class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
   RImageOperator(const RString& name, bool createOutput);
   ~RImageOperator() override;
 
+  /// Releases the plugs and their images.
   void Destruct() override;
   /// Id 1001 answers the operator's `IArcStorable` face.
   IObject* IQuery(unsigned long id, int reserved) override;
 
   // --- Reading the result; see IImageProvider. Forms are masks of `kForm`, 0 is failure.
 
+  ///@{
+  /// As in `IImageProvider`, of the operator's result.
   virtual int ReadTest(RFpContext* context, int want);
   virtual int ReadLock(RFpContext* context, int mask);
   virtual int ReadBind(RFpContext* context, int mask, int unit, int count);
@@ -53,9 +58,12 @@ class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
   virtual int ReadUnLock(RFpContext* context, int mask);
   virtual int WriteLock(RFpContext* context, int mask, int width, int height);
   virtual int WriteUnLock(RFpContext* context, int mask, int drawn);
+  ///@}
+  ///@{
   /// Return the size of the image on output plug 0, 0 without one.
   virtual int GetWidth();
   virtual int GetHeight();
+  ///@}
   /// Returns the texture of output plug 0's image, moved there if need be and bound to GL_TEXTURE_2D, or 0
   /// without an image. It does not bring the result up to date.
   virtual unsigned long ImageTextureGetObject();
@@ -71,15 +79,18 @@ class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
   virtual int GetUpdateId();
   /// Makes the next lock compute the result again.
   virtual void IncUpdateId();
+  /// Returns the kind of the operator.
   virtual ROperatorType OperatorType();
   /// Returns a new operator of the same class with the same name and property values, without images and
   /// connections, which the caller owns; null from the base class.
   virtual RImageOperator* Clone();
+  /// Whether the host may animate a property; true unless an effect says otherwise.
   virtual bool IsAnimatableProperty(RProperty* property);
 
   // --- Plugs. An index is valid from 0 to below the number of plugs of that type. No type but the two is
   // checked for.
 
+  /// Marks a plug dirty.
   virtual void SetPlugDirty(int index, RPlugType type);
   /// Returns 0, or -1 for an invalid index.
   virtual int SetPlugName(int index, RPlugType type, const RString& name);
@@ -94,7 +105,7 @@ class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
   /// Returns the plug, borrowed, or null.
   virtual IImageProvider* GetPlugImageProvider(int index, RPlugType type);
 
-  int GetNbPlugs(RPlugType type) const;
+  int GetNbPlugs(RPlugType type) const;  ///< the number of plugs of that type
   /// Returns the name, or "Error" for an invalid index.
   const RString& GetPlugName(int index, RPlugType type) const;
   /// Returns the held image, borrowed, or null.
@@ -115,28 +126,39 @@ class RIMAGE_API RImageOperator : public RObject, public IArcStorable {
   /// card is out of reach. Returns the forms in which the result is there, or 0 when a stage failed.
   int ProcessLoop(RFpContext* context, int flags);
 
+  ///@{
   /// Counts the operators that draw. The first one that registers while an OpenGL context is current creates
   /// what they draw on, and the last one that goes destroys it. The operator itself is not looked at.
   static void RegisterGLOperator(RImageOperator* imageOperator);
   static void UnregisterGLOperator(RImageOperator* imageOperator);
+  ///@}
 
   // --- IArcStorable: the operator stores its name; property values are stored by the host.
 
+  ///@{
+  /// Returns what archives file the operator under, static.
   const char* ArcGetObjectId() override;
   const char* ArcGetObjectType() override;
   const char* ArcGetObjectSubType() override;
+  ///@}
+  ///@{
+  /// Stores or reads the name. Returns true.
   bool ArcStore(IArcObject* file, int pass) override;
   bool ArcRetrieve(IArcObject* file, int pass) override;
+  ///@}
 
  protected:
   /// Appends a plug without an image.
   void AppendPlug(RPlugType type, const RString& name);
+  ///@{
   /// Releases the images of all plugs of a type, then the plugs.
   void ClearPlugs(RPlugType type);
   void ClearAllPlugs();
+  ///@}
 
-  const RString& GetPersistentName() const { return mPersistentName; }
+  const RString& GetPersistentName() const { return mPersistentName; }  ///< the name that archives keep
 
+  /// Takes the node, in place of the one before.
   void SetProcessingNode(std::unique_ptr<RFpNode> node) { mNode = std::move(node); }
 
  private:

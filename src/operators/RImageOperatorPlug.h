@@ -34,23 +34,33 @@ class RIMAGE_API RImageOperatorPlug : public IImageProvider {
   int WriteBind(RFpContext* context, int mask) override;
   int WriteUnBind(RFpContext* context, int mask) override;
   int WriteUnLock(RFpContext* context, int mask, int drawn) override;
+  ///@{
   /// Returns the size of the connected operator's result, else of the held image, else 0.
   int GetWidth() override;
   int GetHeight() override;
+  ///@}
   ~RImageOperatorPlug() override;
 
+  ///@{
+  /// The plug's name.
   const RString& GetName() const { return mName; }
   void SetName(const RString& name) { mName = name; }
+  ///@}
   /// Returns the held image, borrowed, or null.
   RImage* Image() const { return mImage; }
   /// Holds `image` from now on. Another image than before marks the plug dirty; the same one takes the mark
   /// away.
   void SetImage(RImage* image);
+  /// Returns the connected operator, borrowed, or null.
   RImageOperator* GetInputOperator() const { return mInputOperator; }
   /// Connects an input plug; null disconnects it. Nothing happens on an output plug.
   void SetInputOperator(RImageOperator* inputOperator);
+  ///@{
+  /// Whether the plug is in that list.
   bool IsOutputPlug() const { return (mFlags & kOutput) != 0; }
   bool IsInputPlug() const { return !IsOutputPlug(); }
+  ///@}
+  /// Marks the plug dirty.
   void SetDirty() { mFlags |= kDirty; }
   /// Returns whether the plug was dirty, and takes the mark away.
   bool TestAndResetDirty();

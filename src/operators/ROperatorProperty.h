@@ -10,20 +10,23 @@
 
 /// A declared range of values.
 struct ROperatorRange {
+  ///@{
+  /// A bound, which belongs to the range.
   double minimum;
   double maximum;
+  ///@}
 };
 
 /// One property of an effect. The table of an effect, in the order of its setters, drives its construction
 /// and `IsAnimatableProperty`.
 template <class Effect>
 struct ROperatorProperty {
-  RPropertyInfo info;
-  RProperty& (*member)(Effect& effect);
+  RPropertyInfo info;                    ///< name, type and default
+  RProperty& (*member)(Effect& effect);  ///< the property of an effect
   void (Effect::*init)(RObject* owner);  ///< binds the member to its setter
   void (Effect::*readBack)();            ///< stores what the new node holds; null when a preset sets it
-  bool animatable;
-  std::optional<ROperatorRange> range;
+  bool animatable;                       ///< whether the host may animate it
+  std::optional<ROperatorRange> range;   ///< none: any value
 };
 
 /// Declares a property: its member and the function that binds it to its virtual setter. `kProperties` is the
@@ -103,6 +106,8 @@ const char* RAsString(const std::array<const char*, kValues>& texts, int value) 
                                                                  : nullptr;
 }
 
+///@{
 /// Percent as the user sees it, and the fraction that nodes hold, in single precision.
 inline float RToNodePercent(double percent) { return static_cast<float>(percent * 0.01); }
 inline double RFromNodePercent(float fraction) { return static_cast<double>(fraction) * 100.0; }
+///@}

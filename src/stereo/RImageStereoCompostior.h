@@ -25,9 +25,11 @@ enum EBufferPolicy : unsigned int {
 /// objects that the compositor makes belong to it. The name is spelled as hosts know it.
 class RIMAGE_API RImageStereoCompostior {
  public:
-  // Hosts name the values through the class as well.
+  ///@{
+  /// Hosts name the values through the class as well.
   using EStereoDisplayMode = ::EStereoDisplayMode;
   using EBufferPolicy = ::EBufferPolicy;
+  ///@}
   using enum ::EStereoDisplayMode;
   using enum ::EBufferPolicy;
 

@@ -20,19 +20,21 @@ constexpr std::uint32_t IlbmId(const char (&letters)[5]) {
 
 /// The first 8 bytes of a chunk.
 struct IlbmChunk {
-  static constexpr std::size_t kSize = 8;
+  static constexpr std::size_t kSize = 8;  ///< bytes
 
-  std::uint32_t id = 0;
+  std::uint32_t id = 0;    ///< four letters, see `IlbmId`
   std::uint32_t size = 0;  ///< bytes of data that follow
 
+  /// Fails when the file ends within the chunk's head.
   [[nodiscard]] bool Read(RByteReader& in) { return in.Big(id) && in.Big(size); }
 };
 
 /// The chunk that all others are within, with the type of its contents.
 struct IlbmForm {
-  IlbmChunk chunk;
-  std::uint32_t type = 0;
+  IlbmChunk chunk;         ///< FORM
+  std::uint32_t type = 0;  ///< ILBM
 
+  /// Fails when it is another chunk or type, or the file ends within it.
   [[nodiscard]] bool Read(RByteReader& in) {
     return chunk.Read(in) && in.Big(type) && chunk.id == IlbmId("FORM") && type == IlbmId("ILBM");
   }
@@ -43,18 +45,27 @@ struct IlbmForm {
 
 /// The chunk BMHD.
 struct IlbmHeader {
-  static constexpr std::size_t kSize = 20;
+  static constexpr std::size_t kSize = 20;  ///< bytes
 
   std::uint16_t width = 0;   ///< pixels a row
   std::uint16_t height = 0;  ///< rows, the top one first
+  ///@{
+  /// Place on the page; not used.
   std::int16_t x = 0, y = 0;
-  std::uint8_t nPlanes = 0;      ///< bits of a pixel, each in a plane of its own
-  std::uint8_t masking = 0;      ///< 1 where a mask plane follows; not consulted
-  std::uint8_t compression = 0;  ///< 0 none, 1 ByteRun1
-  std::uint8_t pad = 0;
-  std::uint16_t transparentColor = 0;
+  ///@}
+  std::uint8_t nPlanes = 0;            ///< bits of a pixel, each in a plane of its own
+  std::uint8_t masking = 0;            ///< 1 where a mask plane follows; not consulted
+  std::uint8_t compression = 0;        ///< 0 none, 1 ByteRun1
+  std::uint8_t pad = 0;                ///< not used
+  std::uint16_t transparentColor = 0;  ///< not used
+  ///@{
+  /// Of a pixel; not used.
   std::uint8_t xAspect = 0, yAspect = 0;
+  ///@}
+  ///@{
+  /// Pixels; not used.
   std::int16_t pageWidth = 0, pageHeight = 0;
+  ///@}
 
   /// Fails, leaving everything as it was, when there are fewer bytes.
   [[nodiscard]] bool Read(RByteReader& in) {
@@ -68,15 +79,17 @@ struct IlbmHeader {
   std::uint16_t BytesPerRow() const { return static_cast<std::uint16_t>(((width + 15) >> 3) & ~1); }
 };
 
+///@{
 /// Colours of the chunk CMAP, and what it may hold at most.
 inline constexpr std::size_t kIlbmColours = 256;
 inline constexpr std::size_t kIlbmColourMapSize = 3 * kIlbmColours;
+///@}
 
 /// What the chunks before the rows say.
 struct IlbmPreamble {
-  IlbmHeader header;
+  IlbmHeader header;                                           ///< of the chunk BMHD
   std::array<unsigned char, kIlbmColourMapSize> colours = {};  ///< red, green and blue of each
-  std::uint32_t bodySize = 0;
+  std::uint32_t bodySize = 0;                                  ///< bytes of the chunk BODY
 
   /// Reads the chunks of `length` bytes up to the first byte of BODY. Fails when a chunk leads out of the
   /// file, or BMHD, CMAP and BODY are not there in this order; what was read until then is kept.

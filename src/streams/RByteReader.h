@@ -14,15 +14,21 @@
 /// read that does not fit returns false and leaves its target and the position as they were.
 class RByteReader {
  public:
+  /// Starts at the first byte; the bytes must outlive the reader.
   explicit RByteReader(std::span<const unsigned char> bytes) : mBytes(bytes) {}
 
+  ///@{
+  /// In bytes: of the span, before the position, behind it.
   std::size_t Size() const { return mBytes.size(); }
   std::size_t Position() const { return mPosition; }
   std::size_t Remaining() const { return mBytes.size() - mPosition; }
+  ///@}
 
+  /// Reads a number whose most significant byte comes first.
   template <class T>
   requires std::integral<T> || std::floating_point<T>
   [[nodiscard]] bool Big(T& value) { return Number<std::endian::big>(value); }
+  /// Reads a number whose least significant byte comes first.
   template <class T>
   requires std::integral<T> || std::floating_point<T>
   [[nodiscard]] bool Little(T& value) { return Number<std::endian::little>(value); }
@@ -47,11 +53,13 @@ class RByteReader {
     mPosition += view.size();
     return view;
   }
+  /// Moves on by `size` bytes.
   [[nodiscard]] bool Skip(std::uint64_t size) {
     if (size > Remaining()) return false;
     mPosition += static_cast<std::size_t>(size);
     return true;
   }
+  /// Moves to a position; the end is one.
   [[nodiscard]] bool Seek(std::uint64_t position) {
     if (position > mBytes.size()) return false;
     mPosition = static_cast<std::size_t>(position);

@@ -14,6 +14,7 @@ class RFileContents {
   /// there were.
   [[nodiscard]] bool Read(const char* path);
 
+  /// Returns the bytes, borrowed; none before the first file.
   std::span<const unsigned char> Bytes() const { return {mBuffer.get(), mSize}; }
 
  private:

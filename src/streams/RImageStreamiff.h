@@ -12,14 +12,14 @@
 
 /// The rows of a picture as the file has them: for each row all of its planes, one after the other.
 struct RPrivateBitMap {
-  static constexpr std::size_t kMaxRows = 1024;
+  static constexpr std::size_t kMaxRows = 1024;  ///< rows of the largest picture
 
   std::array<std::unique_ptr<unsigned char[]>, kMaxRows> row;  ///< bytesPerRow x depth bytes each, or null
   std::uint16_t bytesPerRow = 0;                               ///< of one plane, an even number
-  std::uint16_t rows = 0;
-  std::uint16_t depth = 0;  ///< planes
-  std::uint16_t flags = 0;  ///< not used
-  std::uint16_t pad = 0;    ///< not used
+  std::uint16_t rows = 0;                                      ///< that the picture has
+  std::uint16_t depth = 0;                                     ///< planes
+  std::uint16_t flags = 0;                                     ///< not used
+  std::uint16_t pad = 0;                                       ///< not used
 };
 
 /// Reads palette pictures of bitplanes. The class has the members of a writer, but they write nothing.

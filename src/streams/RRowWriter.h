@@ -21,14 +21,17 @@ template <kRowTail kTail>
 class RBasicRowWriter {
  public:
   RBasicRowWriter() = default;
+  /// Writes to `row`, which it borrows, from its start.
   explicit RBasicRowWriter(std::span<unsigned char> row) : mRow(row) {}
 
   /// Samples given so far, the dropped ones included.
   std::size_t Count() const { return mCount; }
   /// Whether at least as many samples were given as the row holds.
   bool IsFull() const { return mCount >= mRow.size(); }
+  /// Whether as many samples were given as the row holds.
   bool IsExact() const { return mCount == mRow.size(); }
 
+  /// Gives a sample `count` times.
   void Fill(unsigned char sample, std::size_t count) {
     const auto rest = Rest();
     mCount += count;

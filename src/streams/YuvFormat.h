@@ -14,10 +14,10 @@
 
 #include "image/RImageExport.h"
 
-inline constexpr int kYuvWidth = 720;
+inline constexpr int kYuvWidth = 720;      ///< pixels a line
 inline constexpr int kYuvLines = 486;      ///< of the frames that are written
 inline constexpr int kYuvLongLines = 576;  ///< of the other frames that are read
-inline constexpr std::size_t kYuvLineBytes = std::size_t{2} * kYuvWidth;
+inline constexpr std::size_t kYuvLineBytes = std::size_t{2} * kYuvWidth;  ///< of a line in a file
 inline constexpr std::size_t kYuvRowBytes =
     std::size_t{3} * kYuvWidth;  ///< of the same pixels in 3 bytes each
 

@@ -21,10 +21,11 @@ enum kBlockFormat : int {
 
 /// Sizes of a layout: bytes of a block, and of a decoded pixel (4 bytes RGBA, or 4 floats RGBA).
 struct RBlockSize {
-  int blockBytes;
-  int pixelBytes;
+  int blockBytes;  ///< of a block
+  int pixelBytes;  ///< of a decoded pixel
 };
 
+/// The sizes by `kBlockFormat`.
 inline constexpr std::array<RBlockSize, 10> kBlockSizes = {
     {{8, 4}, {16, 4}, {16, 4}, {8, 4}, {8, 4}, {16, 4}, {16, 4}, {16, 16}, {16, 16}, {16, 4}}};
 

@@ -19,8 +19,11 @@ using FlipStrips = void (*)(unsigned char* first, unsigned char* second, int cou
 
 /// One entry a layout. BC6H and BC7 blocks cannot be flipped; their entries are null.
 struct Kernels {
+  ///@{
+  /// By `kBlockFormat`.
   std::array<DecodeStrip, kBlockSizes.size()> decode;
   std::array<FlipStrips, kBlockSizes.size()> flip;
+  ///@}
 };
 
 /// The kernels for any processor.
