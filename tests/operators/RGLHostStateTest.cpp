@@ -25,6 +25,7 @@ std::string SpoiledText() {
                                                     "GL_COLOR_MATERIAL: 0",
                                                     "GL_CULL_FACE: 0",
                                                     "GL_DEPTH_TEST: 0",
+                                                    "GL_DITHER: 0",
                                                     "GL_FOG: 0",
                                                     "GL_LIGHTING: 0",
                                                     "GL_POLYGON_SMOOTH: 0",
@@ -51,7 +52,12 @@ std::string SpoiledText() {
                                                     "GL_UNPACK_SWAP_BYTES: 0",
                                                     "GL_MAP_COLOR: 0",
                                                     "GL_RED_SCALE: 1",
+                                                    "GL_RED_BIAS: 0",
+                                                    "GL_GREEN_SCALE: 1",
                                                     "GL_GREEN_BIAS: 0",
+                                                    "GL_BLUE_SCALE: 1",
+                                                    "GL_BLUE_BIAS: 0",
+                                                    "GL_ALPHA_BIAS: 0",
                                                     "GL_TEXTURE_1D: 0",
                                                     "GL_TEXTURE_2D: 0",
                                                     "GL_TEXTURE_3D: 0",
@@ -70,6 +76,7 @@ std::string SpoiledText() {
                                                     "pipeline: 0",
                                                     "sampler: 0",
                                                     "clamp fragment: 35101",
+                                                    "clamp read: 35101",
                                                     "clamp vertex: 1"};
   std::string text;
   for (std::string line; std::getline(lines, line);) {
@@ -80,7 +87,8 @@ std::string SpoiledText() {
   }
   for (const GLenum name : std::initializer_list<GLenum>{
            GL_POLYGON_MODE, GL_PIXEL_PACK_BUFFER_BINDING, GL_PIXEL_UNPACK_BUFFER_BINDING,
-           GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA, GL_RASTERIZER_DISCARD}) {
+           GL_BLEND_EQUATION_RGB, GL_BLEND_EQUATION_ALPHA, GL_RASTERIZER_DISCARD,
+           GL_SAMPLE_ALPHA_TO_COVERAGE}) {
     std::array<GLint, 2> values{};
     glGetIntegerv(name, values.data());
     const bool neutral = name == GL_POLYGON_MODE ? values[0] == GL_FILL
@@ -188,7 +196,7 @@ TEST_P(CurrentValues, ThatAQuadSetsComeBack) {
   glGetIntegerv(GL_MAX_TEXTURE_UNITS, &units);
   auto* const coordinate =
       DriverEntryPoint<void(GLenum, GLfloat, GLfloat, GLfloat, GLfloat)>("glMultiTexCoord4f");
-  for (GLint i = 0; i < units; ++i)
+  for (GLint i = 0; GetParam() < 1 && i < units; ++i)
     coordinate(GL_TEXTURE0 + static_cast<GLenum>(i), 1, 2, 3, static_cast<GLfloat>(i));
   glColor4f(GetParam(), 1, 1, 1);
   const auto last = [&] {

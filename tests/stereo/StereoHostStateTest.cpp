@@ -26,9 +26,12 @@ class StereoHostile : public StereoHostState, public testing::WithParamInterface
   /// Reads the whole target, whatever is bound and however pixels are transferred.
   static Picture ReadTarget(const test::GLTarget& target) {
     glPushAttrib(GL_ALL_ATTRIB_BITS);
-    glPixelTransferf(GL_RED_SCALE, 1);
-    glPixelTransferf(GL_GREEN_BIAS, 0);
-    glPixelTransferf(GL_ALPHA_SCALE, 1);
+    for (const GLenum name :
+         std::initializer_list<GLenum>{GL_RED_SCALE, GL_GREEN_SCALE, GL_BLUE_SCALE, GL_ALPHA_SCALE})
+      glPixelTransferf(name, 1);
+    for (const GLenum name :
+         std::initializer_list<GLenum>{GL_RED_BIAS, GL_GREEN_BIAS, GL_BLUE_BIAS, GL_ALPHA_BIAS})
+      glPixelTransferf(name, 0);
     glPixelTransferi(GL_MAP_COLOR, 0);
     GLint read = 0;
     GLint packBuffer = 0;

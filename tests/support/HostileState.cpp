@@ -175,13 +175,20 @@ void SetPixelStore() {
   }
   for (const GLenum name : std::initializer_list<GLenum>{GL_PACK_ALIGNMENT, GL_UNPACK_ALIGNMENT})
     glPixelStorei(name, 8);
-  glPixelStorei(GL_UNPACK_SWAP_BYTES, 1);
+  for (const GLenum name : std::initializer_list<GLenum>{GL_PACK_SWAP_BYTES, GL_PACK_LSB_FIRST,
+                                                         GL_UNPACK_SWAP_BYTES, GL_UNPACK_LSB_FIRST}) {
+    glPixelStorei(name, 1);
+  }
 }
 
 void SetPixelTransfer() {
   glPixelTransferf(GL_RED_SCALE, 0.5F);
   glPixelTransferf(GL_GREEN_BIAS, 0.25F);
   glPixelTransferf(GL_ALPHA_SCALE, 0.25F);
+  for (const GLenum name : std::initializer_list<GLenum>{GL_RED_BIAS, GL_BLUE_BIAS, GL_ALPHA_BIAS})
+    glPixelTransferf(name, 0.125F);
+  for (const GLenum name : std::initializer_list<GLenum>{GL_GREEN_SCALE, GL_BLUE_SCALE})
+    glPixelTransferf(name, 0.75F);
   static const GLfloat kMap[2] = {1, 0};
   glPixelMapfv(GL_PIXEL_MAP_B_TO_B, 2, kMap);
   glPixelTransferi(GL_MAP_COLOR, 1);
@@ -273,6 +280,7 @@ const std::vector<HostileKind>& HostileKinds() {
          glEnable(GL_POLYGON_STIPPLE);
        }},
       {"PolygonSmooth", [] { glEnable(GL_POLYGON_SMOOTH); }},
+      {"AlphaToCoverage", [] { glEnable(GL_SAMPLE_ALPHA_TO_COVERAGE); }},
       {"LogicOp",
        [] {
          glEnable(GL_COLOR_LOGIC_OP);
@@ -342,6 +350,7 @@ const std::vector<HostileKind>& HostileKinds() {
        [] {
          DRIVER(glClampColor)(GL_CLAMP_FRAGMENT_COLOR, GL_TRUE);
          DRIVER(glClampColor)(GL_CLAMP_VERTEX_COLOR, GL_FALSE);
+         DRIVER(glClampColor)(GL_CLAMP_READ_COLOR, GL_TRUE);
        }},
       {"Framebuffer", BindFramebuffer},
   };
