@@ -251,7 +251,8 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return row.param.name; });
 
 TEST_F(BlendCommand, TheHelpNamesTheChoicesAsTheyAreWritten) {
-  EXPECT_THAT(RunTool({"blend", "--help"}).output, HasSubstr("\n  --gpu auto|never|require=auto\n"));
+  EXPECT_THAT(RunTool({"blend", "--help"}).output,
+              HasSubstr("\n  --gpu auto|never|require    Draw with OpenGL"));
 }
 
 TEST_F(BlendCommand, TheNamesOfFilesAreCheckedFirst) {

@@ -37,6 +37,7 @@ void Limit(int resource, long most) {
 // Runs in the child process.
 void Prepare(const ToolSettings& settings, int output, int errors) {
   if (!settings.output.empty()) output = open(settings.output.c_str(), O_WRONLY);
+  if (!settings.errors.empty()) errors = open(settings.errors.c_str(), O_WRONLY | O_NOCTTY);
   if (dup2(output, STDOUT_FILENO) < 0 || dup2(errors, STDERR_FILENO) < 0) _exit(126);
   if (!settings.folder.empty() && chdir(settings.folder.c_str()) != 0) _exit(126);
   for (const auto& [name, value] : settings.environment) setenv(name.c_str(), value.c_str(), 1);
@@ -81,7 +82,7 @@ ToolProcess::ToolProcess(const Arguments& arguments, const ToolSettings& setting
   if (mProcess == 0) {
     Prepare(settings, output[1], errors[1]);
     if (!settings.shell.empty()) RunThroughShell(settings.shell, argv);
-    execv(RIMAGE_TOOL, argv.data());
+    execv(settings.program.empty() ? RIMAGE_TOOL : settings.program.c_str(), argv.data());
     _exit(127);
   }
   close(output[1]);
@@ -125,7 +126,9 @@ ToolResult ToolProcess::Wait() {
     }
   }
   int status = 0;
-  EXPECT_EQ(waitpid(mProcess, &status, 0), mProcess);
+  rusage usage{};
+  EXPECT_EQ(wait4(mProcess, &status, 0, &usage), mProcess);
+  result.peakKib = usage.ru_maxrss;
   mProcess = -1;
   result.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   return result;

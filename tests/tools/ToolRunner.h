@@ -17,6 +17,8 @@ struct ToolSettings {
   long largestFile = -1;         ///< limit of file sizes in bytes; -1: none
   long mostMemory = -1;          ///< limit of the address space in bytes; -1: none
   std::string output = {};       ///< where standard output goes; empty: kept
+  std::string errors = {};       ///< where standard error goes; empty: kept
+  std::string program = {};      ///< what runs in place of the tool; empty: the tool
   bool ignoreInterrupt = false;  ///< start with SIGINT ignored
   bool obeyPermissions = false;  ///< also as root, whom they do not bind otherwise
   std::string shell = {};        ///< what a shell does before it becomes the tool; empty: no shell
@@ -26,6 +28,7 @@ struct ToolResult {
   int code = -1;  ///< the exit code, or minus the signal that ended the process
   std::string output;
   std::string errors;
+  long peakKib = 0;  ///< the most memory that the process, or one that it waited for, had at a time
 };
 
 using Arguments = std::vector<std::string>;

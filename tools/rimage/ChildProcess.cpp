@@ -19,6 +19,9 @@
 
 namespace {
 
+// What a process may answer at most: one that goes wrong must not fill the memory of this one.
+constexpr std::size_t kMostText = std::size_t{16} << 20U;
+
 [[noreturn]] void RunAndExit(const std::function<void(int)>& work, int descriptor) {
   // Nothing of the copy outlives this process, leaves a core file, or speaks on standard error.
   prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -30,12 +33,12 @@ namespace {
   _exit(0);
 }
 
+}  // namespace
+
 std::string DescribeEnd(int status) {
   if (WIFSIGNALED(status)) return fmt::format("crashed: {}", strsignal(WTERMSIG(status)));
   return fmt::format("ended with code {}", WEXITSTATUS(status));
 }
-
-}  // namespace
 
 std::optional<std::string> ReadUntilEnd(int descriptor, int milliseconds) {
   using Clock = std::chrono::steady_clock;
@@ -52,6 +55,7 @@ std::optional<std::string> ReadUntilEnd(int descriptor, int milliseconds) {
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) return text;
     text.append(buffer.data(), static_cast<std::size_t>(count));
+    if (text.size() > kMostText) return std::nullopt;
   }
 }
 

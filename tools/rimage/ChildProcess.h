@@ -10,6 +10,10 @@
 /// Reads from a descriptor until its end, but no longer than `milliseconds`; nothing when the time is over.
 std::optional<std::string> ReadUntilEnd(int descriptor, int milliseconds);
 
+/// Tells how a process ended, from what waiting for it gave: "crashed: Segmentation fault" or "ended with
+/// code 3".
+std::string DescribeEnd(int status);
+
 /// Ends a process that this one started, and waits for it.
 void EndProcess(pid_t process);
 

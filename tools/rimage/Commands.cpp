@@ -13,6 +13,17 @@ void AddReadOptions(CLI::App& app, ReadOptions& options) {
          "Largest memory for the pixels of one picture, in MiB (1024)")
       ->type_name("MIB")
       ->check(CLI::Range(std::uint64_t{1}, kMostMiB));
+  app.add_flag("--isolate", options.isolate,
+               "Decode pictures in a process of their own, whose crash, memory and time do no harm here");
+  app.add_option_function<int>(
+         "--max-seconds",
+         [&options](const int& seconds) {
+           options.seconds = seconds;
+           options.isolate = true;
+         },
+         "Longest time for one picture, which --isolate watches over (30)")
+      ->type_name("S")
+      ->check(CLI::Range(1, 86400));
 }
 
 void AddWriteOptions(CLI::App& app, WriteOptions& options) {

@@ -169,9 +169,13 @@ Command AddCompareCommand(CLI::App& app) {
       "Pixels are counted from the top left, (0, 0). Colours are compared as they are stored, but multiplied "
       "with\n"
       "alpha when only one of the pictures stores them so.");
-  return {command, [command, options](Host& host) {
+  return {command,
+          [command, options](Host& host) {
             Require(*command, "A", !options->a.empty());
             Require(*command, "B", !options->b.empty());
             return Run(host, *options);
-          }};
+          },
+          {{"Whether a conversion lost anything", "rimage compare waves.png waves.tga"},
+           {"Where two pictures differ",
+            "rimage compare hopper.jpg hopper.sgi --tolerance 64 --diff heat.png || true"}}};
 }

@@ -5,6 +5,7 @@
 #include "Commands.h"
 #include "FileFormats.h"
 #include "Operations.h"
+#include "Sequence.h"
 
 namespace {
 
@@ -13,6 +14,7 @@ struct Options {
   std::string output;
   ReadOptions read;
   WriteOptions write;
+  SequenceOptions sequence;
   std::map<const CLI::Option*, const Operation*> operations;
 };
 
@@ -49,17 +51,31 @@ std::vector<Step> MakeSteps(const CLI::App& command, const Options& options,
   return steps;
 }
 
-ExitCode Run(Host& host, const CLI::App& command, const Options& options) {
-  PrepareToRead(host, options.input, options.read);
-  const OperationContext context{host, options.read};
+ExitCode Run(Host& host, const CLI::App& command, const Options& options, const FrameFiles& files) {
+  const std::string input = files.Name(options.input);
+  const ReadOptions read = files.Reading(options.read);
+  PrepareToRead(host, input, read);
+  const OperationContext context{host, read, files};
   const auto steps = MakeSteps(command, options, context);
-  CheckWriter(options.output);
-  Picture picture = ReadPicture(host, options.input, options.read);
-  NamingMemoryFailure(ExitCode::kRead, options.input, [&] {
+  Picture picture = ReadPicture(host, input, read);
+  NamingMemoryFailure(ExitCode::kRead, input, [&] {
     for (const Step& step : steps) step(picture);
   });
-  WritePicture(std::move(picture), options.output, options.write);
+  WritePicture(std::move(picture), files.Name(options.output), options.write);
   return ExitCode::kOk;
+}
+
+FrameTask MakeTask(Host& host, const CLI::App& command, const Options& options) {
+  FrameTask task{command.get_name(), {{options.input}, options.output}, {}, {}};
+  for (const std::string& mask : command.get_option("--merge-alpha")->results())
+    task.names.inputs.push_back(mask);
+  task.prepare = [&host, &options] {
+    CheckWriter(options.output);
+    if (options.sequence.IsGiven() && options.read.texture.gpu == GpuMode::kRequire)
+      (void)host.FindGpu(GpuMode::kRequire);
+  };
+  task.run = [&](const FrameFiles& files) { return Run(host, command, options, files); };
+  return task;
 }
 
 }  // namespace
@@ -74,15 +90,24 @@ Command AddConvertCommand(CLI::App& app) {
   AddWriteOptions(*command, options->write);
   AddReadOptions(*command, options->read);
   AddTextureOptions(*command, options->read.texture);
+  AddSequenceOptions(*command, options->sequence);
   command->footer(
       "What is seen stays as it is: whether colours are multiplied with alpha follows the formats, and "
       "formats\n"
       "without alpha (jpg, bmp) get the picture over black. OUT may be IN; it is replaced when it is "
-      "complete.\n"
-      "Example: rimage convert in.tif --field one --frame --resize 640x480 out.png");
-  return {command, [command, options](Host& host) {
+      "complete.");
+  return {command,
+          [command, options](Host& host) {
             Require(*command, "IN", !options->input.empty());
             Require(*command, "OUT", !options->output.empty());
-            return Run(host, *command, *options);
-          }};
+            return RunFrames(options->sequence, MakeTask(host, *command, *options));
+          },
+          {{"Another format", "rimage convert waves.png waves.tga"},
+           {"One field of a frame, as a frame again, smaller",
+            "rimage convert fractal.tif --field one --frame --resize 320x240 field.png"},
+           {"One picture of a texture", "rimage convert cat.dds --level 1 level.png"},
+           {"A still as a sequence of twelve frames",
+            "rimage convert lighthouse.svg --frames 1-12 shot.####.png"},
+           {"Every second frame, by two processes, going on where an earlier run ended",
+            "rimage convert shot.####.png small.####.jpg --resize 96x64 --frames 1-12x2 --jobs 2 --resume"}}};
 }

@@ -124,5 +124,5 @@ Command AddDoctorCommand(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   command->add_flag("--json", options->json, "Print JSON");
   AddGpuOption(*command, options->gpu);
-  return {command, [options](Host&) { return Run(*options); }};
+  return {command, [options](Host&) { return Run(*options); }, {{"What draws here", "rimage doctor"}}};
 }

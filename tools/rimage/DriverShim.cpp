@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "CommandTable.h"
 #include "Failure.h"
 
 namespace {
@@ -44,7 +45,8 @@ void AddDriverShimOption(CLI::App& app, char** arguments) {
          "Play an OpenGL driver with other extensions, for development: nv (fragment programs),\n"
          "rc (register combiners), ati (fragment shaders), sgi (colour matrix) or plain (none)")
       ->check(CLI::IsMember(Names()))
-      ->type_name("NAME");
+      ->type_name("NAME")
+      ->group(kDevelopment);
 }
 
 #else

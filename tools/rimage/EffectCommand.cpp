@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 
 #include "FileFormats.h"
@@ -43,6 +45,27 @@ Graph MakeGraph(const EffectCommand& effect, const Options& options) {
   return {effect.name, {std::move(node)}, effect.name};
 }
 
+// The graph with the files of one frame.
+Graph ForFrame(Graph graph, const FrameFiles& files) {
+  for (GraphNode& node : graph.nodes) {
+    for (std::string& input : node.inputs) {
+      if (!IsNodeName(input)) input = files.Name(input);
+    }
+  }
+  return graph;
+}
+
+ExitCode RunFrame(Host& host, const Graph& graph, const std::string& output, const EffectOptions& options,
+                  const FrameFiles& files) {
+  const ReadOptions read = files.Reading(options.read);
+  PrepareToRead(host, "", read);
+  GraphRun run(host, ForFrame(graph, files), options.gpu);
+  WritePicture(run.Evaluate(read), files.Name(output), options.write);
+  if (!options.save.empty()) WriteGraph(run.Record(), options.save);
+  if (options.explain) (void)std::fputs(run.Explain().c_str(), stdout);
+  return ExitCode::kOk;
+}
+
 }  // namespace
 
 void AddEffectOptions(CLI::App& app, EffectOptions& options) {
@@ -53,15 +76,25 @@ void AddEffectOptions(CLI::App& app, EffectOptions& options) {
       ->type_name("FILE");
   AddReadOptions(app, options.read);
   AddWriteOptions(app, options.write);
+  AddSequenceOptions(app, options.sequence);
 }
 
-ExitCode RunGraph(Host& host, const Graph& graph, const std::string& output, const EffectOptions& options) {
-  CheckWriter(output);
-  GraphRun run(host, graph, options.gpu);
-  WritePicture(run.Evaluate(options.read), output, options.write);
-  if (!options.save.empty()) WriteGraph(run.Record(), options.save);
-  if (options.explain) (void)std::fputs(run.Explain().c_str(), stdout);
-  return ExitCode::kOk;
+ExitCode RunGraph(Host& host, const Graph& graph, const std::vector<std::string>& files,
+                  const std::string& output, const EffectOptions& options) {
+  FrameTask task{graph.subject, {files, output}, {}, {}};
+  for (const GraphNode& node : graph.nodes)
+    std::ranges::remove_copy_if(node.inputs, std::back_inserter(task.names.inputs), IsNodeName);
+  task.prepare = [&] {
+    CheckWriter(output);
+    if (!options.sequence.IsGiven()) return;
+    if (options.explain || !options.save.empty()) {
+      throw Failure(ExitCode::kUsage, options.explain ? "--explain" : "--save", "it is for one picture",
+                    "leave out --frames");
+    }
+    (void)host.FindGpu(options.gpu);
+  };
+  task.run = [&](const FrameFiles& frame) { return RunFrame(host, graph, output, options, frame); };
+  return RunFrames(options.sequence, task);
 }
 
 Command AddEffectCommand(CLI::App& app, const EffectCommand& effect) {
@@ -73,8 +106,10 @@ Command AddEffectCommand(CLI::App& app, const EffectCommand& effect) {
       ->allow_extra_args(false);
   AddEffectOptions(*command, options->effect);
   command->footer(effect.footer);
-  return {command, [command, options, effect](Host& host) {
+  return {command,
+          [command, options, effect](Host& host) {
             CheckCount(*command, effect, options->files.size());
-            return RunGraph(host, MakeGraph(effect, *options), options->files.back(), options->effect);
-          }};
+            return RunGraph(host, MakeGraph(effect, *options), {}, options->files.back(), options->effect);
+          },
+          effect.examples, effect.operatorName};
 }

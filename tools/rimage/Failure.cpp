@@ -41,3 +41,21 @@ void ShowNote(const std::string& subject, const std::string& text) {
 }
 
 void Show(const Failure& failure) { Say(fmt::format("{}\n", failure.what())); }
+
+ExitCode RunCaught(const std::function<ExitCode()>& work) {
+  try {
+    return work();
+  } catch (const Failure& failure) {
+    Show(failure);
+    return failure.Code();
+  } catch (const std::bad_alloc&) {
+    ShowNote("memory", "not enough for this picture (no picture can take more than 2 GiB)");
+    return ExitCode::kRead;
+  } catch (const std::system_error& error) {
+    ShowNote("standard output", ErrorText(error.code().value()));
+    return ExitCode::kWrite;
+  } catch (const std::exception& error) {
+    ShowNote("internal error", error.what());
+    return ExitCode::kUsage;
+  }
+}

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <exception>
+#include <functional>
 #include <new>
 #include <string>
 
@@ -44,6 +45,9 @@ void ShowNote(const std::string& subject, const std::string& text);
 
 /// Shows the failure's message on standard error.
 void Show(const Failure& failure);
+
+/// Does the work and answers its exit code; what it throws is shown, and has an exit code as well.
+ExitCode RunCaught(const std::function<ExitCode()>& work);
 
 /// Does the work; memory that runs out in it becomes a failure that names its subject.
 template <class Work>

@@ -50,8 +50,10 @@ Command AddFormatsCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("formats", "List what can be read and written");
   const auto json = std::make_shared<bool>(false);
   command->add_flag("--json", *json, "Print JSON");
-  return {command, [json](Host&) {
+  return {command,
+          [json](Host&) {
             *json ? PrintJson() : PrintText();
             return ExitCode::kOk;
-          }};
+          },
+          {{"What can be read and written", "rimage formats"}}};
 }

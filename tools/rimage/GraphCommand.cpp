@@ -30,9 +30,13 @@ Command AddGraphCommand(CLI::App& app) {
       "                      \"properties\": {\"Preset\": \"blend\", \"Alpha\": 50}}},\n"
       "   \"output\": \"mix\"}\n"
       "\"record\" holds the properties as --save writes them; \"properties\" apply after it.");
-  return {command, [command, options](Host& host) {
+  return {command,
+          [command, options](Host& host) {
             Require(*command, "GRAPH", !options->graph.empty());
             Require(*command, "OUT", !options->output.empty());
-            return RunGraph(host, ReadGraph(options->graph), options->output, options->effect);
-          }};
+            return RunGraph(host, ReadGraph(options->graph), {options->graph}, options->output,
+                            options->effect);
+          },
+          {{"What rimage blend has saved, once more, and how it was drawn",
+            "rimage graph graph.json again.png --explain"}}};
 }

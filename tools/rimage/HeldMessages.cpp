@@ -9,11 +9,12 @@ namespace {
 bool gHolding = false;
 }
 
-HeldMessages::HeldMessages() {
+HeldMessages::HeldMessages(bool withQt) : mWasHolding(gHolding) {
   mHeld = memfd_create("rimage-messages", MFD_CLOEXEC);
   if (mHeld < 0) return;
   mStandardError = dup(STDERR_FILENO);
-  gHolding = mStandardError >= 0 && dup2(mHeld, STDERR_FILENO) >= 0;
+  const bool isHeld = mStandardError >= 0 && dup2(mHeld, STDERR_FILENO) >= 0;
+  gHolding = isHeld && withQt;
 }
 
 HeldMessages::~HeldMessages() {
@@ -26,7 +27,7 @@ void HeldMessages::Restore() {
   (void)dup2(mStandardError, STDERR_FILENO);
   close(mStandardError);
   mStandardError = -1;
-  gHolding = false;
+  gHolding = mWasHolding;
 }
 
 bool HeldMessages::IsHolding() { return gHolding; }

@@ -8,7 +8,8 @@
 /// it directly, without naming a file.
 class HeldMessages {
  public:
-  HeldMessages();
+  /// Remarks of Qt are messages about a file only while one is read or written.
+  explicit HeldMessages(bool withQt = true);
   ~HeldMessages();
   HeldMessages(const HeldMessages&) = delete;
   HeldMessages& operator=(const HeldMessages&) = delete;
@@ -16,12 +17,13 @@ class HeldMessages {
   /// Ends the holding and returns the lines that were said.
   std::vector<std::string> Take();
 
-  /// Whether an object holds messages back now.
+  /// Whether an object holds messages back now, Qt's included.
   static bool IsHolding();
 
  private:
   void Restore();
 
+  bool mWasHolding;
   int mStandardError = -1;  // where standard error went before
   int mHeld = -1;           // where it goes meanwhile
 };

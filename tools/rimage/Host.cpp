@@ -5,6 +5,7 @@
 
 #include "Failure.h"
 #include "HeldMessages.h"
+#include "IsolatedReader.h"
 #include "module/EntryPointrimage.h"
 
 namespace {
@@ -32,12 +33,20 @@ void Host::StartGui() {
   mGui = std::make_unique<QGuiApplication>(mArgumentCount, mArguments);
 }
 
+const Gpu& Host::FindGpu(GpuMode mode) {
+  if (!mGpu) mGpu = std::make_unique<Gpu>(mode);
+  return *mGpu;
+}
+
 const Gpu& Host::StartGpu(GpuMode mode) {
-  if (mGpu) return *mGpu;
-  mGpu = std::make_unique<Gpu>(mode);
-  if (!mGpu->IsUsable()) return *mGpu;
+  const Gpu& gpu = FindGpu(mode);
+  if (mGui || !gpu.IsUsable()) return gpu;
   // Pictures that are read with a context of their own share it through Qt's global one.
   QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
   StartGui();
-  return *mGpu;
+  return gpu;
+}
+
+void Host::StartIsolation(const ReadOptions& options) {
+  if (!mIsolation) mIsolation = std::make_unique<IsolatedReader>(*this, options);
 }

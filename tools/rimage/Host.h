@@ -5,6 +5,8 @@
 
 #include "Gpu.h"
 
+class IsolatedReader;
+struct ReadOptions;
 class QGuiApplication;
 
 /// Starts the module, and a GUI application only when something needs one: text and vector pictures do, plain
@@ -21,13 +23,23 @@ class Host {
   /// used.
   void StartGui();
 
+  /// Looks for OpenGL. To be called before anything starts the application. Copies of the process share what
+  /// was found before they were made.
+  const Gpu& FindGpu(GpuMode mode);
   /// Looks for OpenGL and, where there is some that the module can use, starts the GUI application on it. To
   /// be called before anything else starts the application.
   const Gpu& StartGpu(GpuMode mode);
+
+  /// Starts what decodes pictures in other processes, all with these options, unless it runs. To be called
+  /// before any thread exists.
+  void StartIsolation(const ReadOptions& options);
+  /// Null before `StartIsolation`.
+  IsolatedReader* Isolation() const { return mIsolation.get(); }
 
  private:
   int mArgumentCount = 1;
   char* mArguments[2];
   std::unique_ptr<Gpu> mGpu;  // goes after the application that runs on its display
   std::unique_ptr<QGuiApplication> mGui;
+  std::unique_ptr<IsolatedReader> mIsolation;
 };

@@ -124,8 +124,12 @@ Command AddInfoCommand(CLI::App& app) {
   command->add_flag("--list", options->list, "List the levels of textures");
   AddReadOptions(*command, options->read);
   AddTextureOptions(*command, options->read.texture);
-  return {command, [command, options](Host& host) {
-            Require(*command, "FILE", !options->files.empty());
-            return Run(host, *options);
-          }};
+  return {
+      command,
+      [command, options](Host& host) {
+        Require(*command, "FILE", !options->files.empty());
+        return Run(host, *options);
+      },
+      {{"Size, layout and range of some pictures", "rimage info hopper.sgi waves.pic bars.yuv"},
+       {"A picture from a stranger", "rimage info --isolate --max-memory 256 --max-seconds 10 hopper.iff"}}};
 }

@@ -135,13 +135,14 @@ void KeepFieldType(RImage& from, RImage& to) {
 }
 
 Step MakeMergeAlpha(const std::string& value, const OperationContext& context) {
-  PrepareToRead(context.host, value, context.readOptions);
-  return [value, context](Picture& picture) {
+  const std::string name = context.files.Name(value);
+  PrepareToRead(context.host, name, context.readOptions);
+  return [name, context](Picture& picture) {
     RImage& image = *picture.image;
-    Picture mask = ReadPicture(context.host, value, context.readOptions);
+    Picture mask = ReadPicture(context.host, name, context.readOptions);
     if (mask.image->GetWidth() != image.GetWidth() || mask.image->GetHeight() != image.GetHeight()) {
       throw Failure(
-          ExitCode::kUsage, value,
+          ExitCode::kUsage, name,
           fmt::format("the alpha picture has {} x {} pixels, the picture {} x {}", mask.image->GetWidth(),
                       mask.image->GetHeight(), image.GetWidth(), image.GetHeight()));
     }
@@ -196,9 +197,8 @@ Step MakeFrame(const std::string&, const OperationContext& context) {
 }
 
 constexpr std::array kOperations{
-    Operation{"--format", ValueKind::kRequired, "F",
-              "Convert the pixels: RGBA, RGB, BGRA or BGR; without alpha the picture is put over black",
-              MakeFormat},
+    Operation{"--format", ValueKind::kRequired, "RGBA|RGB|BGRA|BGR",
+              "Convert the pixels; without alpha the picture is put over black", MakeFormat},
     Operation{"--resize", ValueKind::kRequired, "WxH",
               "Resize by nearest neighbour; an untouched vector picture is drawn anew", MakeResize},
     Operation{"--square", ValueKind::kRequired, "COLOUR", "Pad to a square: #RRGGBB, #RRGGBBAA or a name",

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 
+#include "FrameFiles.h"
 #include "Host.h"
 #include "Picture.h"
 #include "PictureFile.h"
@@ -13,6 +14,7 @@
 struct OperationContext {
   Host& host;
   const ReadOptions& readOptions;
+  const FrameFiles& files;
 };
 
 /// Changes a picture. Fails without having written anything.

@@ -40,8 +40,10 @@ Command AddOperatorsCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("operators", "List the effects that graphs are made of");
   const auto json = std::make_shared<bool>(false);
   command->add_flag("--json", *json, "Print JSON");
-  return {command, [json](Host&) {
+  return {command,
+          [json](Host&) {
             *json ? PrintJson() : PrintText();
             return ExitCode::kOk;
-          }};
+          },
+          {{"The effects and their inputs", "rimage operators"}}};
 }

@@ -7,8 +7,6 @@
 
 #include <array>
 #include <cerrno>
-#include <climits>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,35 +14,9 @@
 
 #include "Failure.h"
 #include "FileFormats.h"
+#include "Interruption.h"
 
 namespace {
-
-constexpr std::array kInterruptions = {SIGINT, SIGTERM, SIGHUP};
-
-// The temporary file, for the signal handler; the empty string when there is none.
-char gTemporary[PATH_MAX] = "";
-
-extern "C" void HandleInterruption(int signal) {
-  if (gTemporary[0]) unlink(gTemporary);
-  _exit(128 + signal);
-}
-
-// Holds interruptions back, so that a file and its note for the handler change together.
-class InterruptionsHeld {
- public:
-  InterruptionsHeld() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : kInterruptions) sigaddset(&set, signal);
-    sigprocmask(SIG_BLOCK, &set, &mBefore);
-  }
-  ~InterruptionsHeld() { sigprocmask(SIG_SETMASK, &mBefore, nullptr); }
-  InterruptionsHeld(const InterruptionsHeld&) = delete;
-  InterruptionsHeld& operator=(const InterruptionsHeld&) = delete;
-
- private:
-  sigset_t mBefore{};
-};
 
 // An open file, closed at the end.
 class Descriptor {
@@ -126,7 +98,7 @@ OutputFile::OutputFile(const std::string& target) : mName(target), mTarget(Plain
   const std::string suffix = '.' + ExtensionOf(mName);
   const std::string folder = FolderOf(mTarget);
   std::string pattern = folder + "/.rimage-XXXXXX" + suffix;
-  if (pattern.size() >= sizeof(gTemporary)) Fail(mName, ErrorText(ENAMETOOLONG));
+  if (pattern.size() >= TemporaryFile().size()) Fail(mName, ErrorText(ENAMETOOLONG));
   const InterruptionsHeld held;
   const int file = mkstemps(pattern.data(), static_cast<int>(suffix.size()));
   if (file < 0) {
@@ -138,14 +110,14 @@ OutputFile::OutputFile(const std::string& target) : mName(target), mTarget(Plain
   }
   close(file);
   mTemporary = pattern;
-  std::memcpy(gTemporary, pattern.c_str(), pattern.size() + 1);
+  std::memcpy(TemporaryFile().data(), pattern.c_str(), pattern.size() + 1);
 }
 
 OutputFile::~OutputFile() {
   if (mTemporary.empty()) return;
   const InterruptionsHeld held;
   unlink(mTemporary.c_str());
-  gTemporary[0] = '\0';
+  TemporaryFile()[0] = '\0';
 }
 
 void OutputFile::Commit() {
@@ -156,7 +128,7 @@ void OutputFile::Commit() {
   const InterruptionsHeld held;
   if (rename(mTemporary.c_str(), mTarget.c_str()) != 0) Fail(mName, ErrorText(errno));
   mTemporary.clear();
-  gTemporary[0] = '\0';
+  TemporaryFile()[0] = '\0';
 }
 
 std::string OutputFile::FindReason() const {
@@ -170,18 +142,4 @@ std::string OutputFile::FindReason() const {
     done += static_cast<std::size_t>(written);
   }
   return file.Close() ? "" : ErrorText(errno);
-}
-
-void InstallInterruptHandlers() {
-  for (const int signal : kInterruptions) {
-    struct sigaction before {};
-    sigaction(signal, nullptr, &before);
-    // Who runs the tool in the background with interruptions ignored wants it to go on.
-    if (before.sa_handler == SIG_IGN) continue;
-    struct sigaction action {};
-    action.sa_handler = HandleInterruption;
-    sigfillset(&action.sa_mask);
-    sigaction(signal, &action, nullptr);
-  }
-  std::signal(SIGXFSZ, SIG_IGN);
 }

@@ -31,7 +31,3 @@ class OutputFile {
   std::string mTarget;     // with links followed
   std::string mTemporary;  // empty once it is gone
 };
-
-/// From now on an interruption (SIGINT, SIGTERM, SIGHUP) removes the temporary file and ends the process with
-/// 128 plus the signal's number, and a file that grows over the size limit fails like any other write.
-void InstallInterruptHandlers();

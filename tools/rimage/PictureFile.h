@@ -4,6 +4,7 @@
 #include <QImageIOHandler>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "Host.h"
@@ -15,6 +16,9 @@ struct ReadOptions {
   bool orient = true;                                     ///< turn pictures the way their files ask for
   std::uint64_t maxMemory = 1024ULL * 1024ULL * 1024ULL;  ///< bytes of pixels that one picture may take
   TextureOptions texture;
+  bool isolate = false;               ///< decode in a process with limits of its own
+  int seconds = 30;                   ///< that such a process may take for one picture
+  std::set<std::string> blackened{};  ///< files whose pixels count as black: stand-ins for missing ones
 };
 
 /// How pictures are written.

@@ -10,9 +10,12 @@
 #include <cstdlib>
 
 #include "FileFormats.h"
+#include "FrameNumbers.h"
 #include "HeldMessages.h"
+#include "IsolatedReader.h"
 #include "Orientation.h"
 #include "PictureFile.h"
+#include "PictureHeader.h"
 #include "TextureDrawing.h"
 #include "rbaselib/RFile.h"
 #include "streams/RByteReader.h"
@@ -36,7 +39,11 @@ bool IsUtf8(const std::string& text) {
 void CheckFile(const std::string& path) {
   struct stat status {};
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (file < 0 || fstat(file, &status) != 0) throw Failure(ExitCode::kRead, path, ErrorText(errno));
+  if (file < 0 || fstat(file, &status) != 0) {
+    const bool isPattern = errno == ENOENT && IsFramePattern(path);
+    throw Failure(ExitCode::kRead, path, ErrorText(errno),
+                  isPattern ? "--frames tells what frames it stands for" : "");
+  }
   close(file);
   if (S_ISDIR(status.st_mode)) throw Failure(ExitCode::kRead, path, "this is a folder");
   if (!S_ISREG(status.st_mode)) throw Failure(ExitCode::kRead, path, "this is no regular file");
@@ -160,14 +167,22 @@ FilePicture ReadTextureFile(const std::string& path, const ReadOptions& options)
   return {DrawTexture(path, info, options.maxMemory), {}, info};
 }
 
+// Compares the size with the limit before memory for the pixels is taken, as far as the file tells it.
+void CheckSize(const std::string& path, const QtDescription& qt, std::uint64_t limit) {
+  constexpr int kBytesPerPixel = 4;
+  // An uncompressed TGA file begins like one of cursors.
+  const bool isKnown = !qt.size.isEmpty() && qt.handler != "cur" && qt.handler != "ico";
+  const QSize size = isKnown ? qt.size : SizeInHeader(path);
+  CheckMemory(ExitCode::kRead, path, size.width(), size.height(), kBytesPerPixel, limit);
+}
+
 FilePicture Read(Host& host, const std::string& path, const ReadOptions& options) {
   if (IsTexture(path)) return ReadTextureFile(path, options);
   QImageReader::setAllocationLimit(static_cast<int>(options.maxMemory >> 20U));
   const QtDescription qt = Describe(path);
   // What a vector picture is drawn with exists in a GUI application only.
   if (qt.handler.startsWith("svg")) host.StartGui();
-  constexpr int kBytesPerPixel = 4;
-  CheckMemory(ExitCode::kRead, path, qt.size.width(), qt.size.height(), kBytesPerPixel, options.maxMemory);
+  CheckSize(path, qt, options.maxMemory);
 
   FilePicture file{{ReadImage(path)}, qt.orientation};
   RImage& image = *file.picture.image;
@@ -178,7 +193,17 @@ FilePicture Read(Host& host, const std::string& path, const ReadOptions& options
   return file;
 }
 
-void RequireOpenGL(Host& host, const std::string& path, const TextureOptions& options) {
+// Makes all of it black: transparent, unless the whole picture is opaque.
+void Blacken(Picture& picture) {
+  if (IsOpaque(picture)) DropAlpha(picture);
+  picture.image->Cleanup();
+}
+
+void RequireOpenGL(Host& host, const std::string& path, const ReadOptions& readOptions) {
+  const TextureOptions& options = readOptions.texture;
+  if (readOptions.isolate) {
+    throw Failure(ExitCode::kUsage, path, "--isolate decodes on the processor", "leave out --gpu=require");
+  }
   if (options.level != 0 || options.face != 0 || options.slice != 0) {
     throw Failure(ExitCode::kUsage, path, "OpenGL reads the first picture of a texture only",
                   "leave out --gpu=require");
@@ -196,14 +221,20 @@ void RequireOpenGL(Host& host, const std::string& path, const TextureOptions& op
 }  // namespace
 
 void PrepareToRead(Host& host, const std::string& path, const ReadOptions& options) {
+  if (options.isolate) host.StartIsolation(options);
   if (NeedsOpenGL(path, options)) (void)host.StartGpu(GpuMode::kRequire);
 }
 
 FilePicture ReadPictureFile(Host& host, const std::string& name, const ReadOptions& options) {
   CheckFile(name);
   CheckReader(name);
-  if (NeedsOpenGL(name, options)) RequireOpenGL(host, name, options.texture);
-  return NamingMemoryFailure(ExitCode::kRead, name, [&] { return Read(host, PlainPath(name), options); });
+  if (NeedsOpenGL(name, options)) RequireOpenGL(host, name, options);
+  const auto read = [&] {
+    FilePicture file = options.isolate ? host.Isolation()->Read(name) : Read(host, PlainPath(name), options);
+    if (options.blackened.contains(name)) Blacken(file.picture);
+    return file;
+  };
+  return NamingMemoryFailure(ExitCode::kRead, name, read);
 }
 
 Picture ReadPicture(Host& host, const std::string& path, const ReadOptions& options) {

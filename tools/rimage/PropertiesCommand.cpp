@@ -54,10 +54,12 @@ Command AddPropertiesCommand(CLI::App& app) {
   const auto options = std::make_shared<Options>();
   command->add_option("OPERATOR", options->name, "Effect, as rimage operators lists it")->type_name("");
   command->add_flag("--json", options->json, "Print JSON");
-  return {command, [command, options](Host&) {
+  return {command,
+          [command, options](Host&) {
             Require(*command, "OPERATOR", !options->name.empty());
             const auto op = CreateOperator(FindOperator("properties", options->name));
             options->json ? PrintJson(*op) : PrintText(*op);
             return ExitCode::kOk;
-          }};
+          },
+          {{"What can be set on the blend, and its presets", "rimage properties blend"}}};
 }

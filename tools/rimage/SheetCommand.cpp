@@ -147,9 +147,11 @@ Command AddSheetCommand(CLI::App& app) {
   command->add_option("--size", options->size, "Longest side of a picture on the sheet (160)")
       ->check(CLI::Range(16, 4096));
   AddReadOptions(*command, options->read);
-  return {command, [command, options](Host& host) {
+  return {command,
+          [command, options](Host& host) {
             Require(*command, "FILES", !options->files.empty());
             Require(*command, "OUT", options->files.size() > 1);
             return Run(host, *options);
-          }};
+          },
+          {{"All pictures of a kind on one page", "rimage sheet hopper.* sheet.png --columns 3 --size 200"}}};
 }

@@ -1,16 +1,19 @@
 // rimage stereo: two views of a scene in one picture.
 #include <GL/gl.h>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <limits>
 #include <map>
 #include <memory>
+#include <ranges>
 
 #include "Choice.h"
 #include "Commands.h"
 #include "FileFormats.h"
 #include "GLContext.h"
+#include "Sequence.h"
 #include "rbaselib/RMessageHandler.h"
 #include "rgl/RGLFunctions.h"
 #include "stereo/RImageStereoCompostior.h"
@@ -26,6 +29,7 @@ struct Options {
   unsigned int xBase = 0;
   unsigned int yBase = 0;
   ReadOptions read;
+  SequenceOptions sequence;
 };
 
 const std::map<std::string, EStereoDisplayMode>& Modes() {
@@ -117,11 +121,8 @@ void Compose(const Options& options, RImage& left, RImage& right) {
 }
 
 ExitCode Run(Host& host, const Options& options) {
-  CheckWriter(options.out);
-  const Gpu& gpu = host.StartGpu(GpuMode::kAuto);
-  if (!gpu.IsUsable()) {
-    throw Failure(ExitCode::kNoGpu, "stereo", "it needs OpenGL: " + gpu.Reason(), "rimage doctor tells more");
-  }
+  for (const std::string& view : {options.left, options.right}) PrepareToRead(host, view, options.read);
+  (void)host.StartGpu(GpuMode::kAuto);
   Picture left = ReadView(host, options.left, options.read);
   const Picture right = ReadView(host, options.right, options.read);
   {
@@ -133,6 +134,20 @@ ExitCode Run(Host& host, const Options& options) {
   }
   WritePicture(std::move(left), options.out, {});
   return ExitCode::kOk;
+}
+
+void Prepare(Host& host, const Options& options) {
+  CheckWriter(options.out);
+  const Gpu& gpu = host.FindGpu(GpuMode::kAuto);
+  if (gpu.IsUsable()) return;
+  throw Failure(ExitCode::kNoGpu, "stereo", "it needs OpenGL: " + gpu.Reason(), "rimage doctor tells more");
+}
+
+// The options with the files of one frame.
+Options ForFrame(Options options, const FrameFiles& files) {
+  for (std::string* name : {&options.left, &options.right, &options.out}) *name = files.Name(*name);
+  options.read = files.Reading(options.read);
+  return options;
 }
 
 void AddBase(CLI::App& command, const char* name, unsigned int& base, const char* help) {
@@ -157,23 +172,31 @@ Command AddStereoCommand(CLI::App& app) {
             options->mode = mode;
             options->hasMode = true;
           },
-          "color-anaglyph, gray-anaglyph, row-interleaved, checkerboard,\n"
-          "side-by-side or side-by-side-swapped")
+          "How the views are put together")
       ->transform(OneOf(Modes()))
-      ->type_name("MODE");
+      ->type_name(fmt::format("{}", fmt::join(std::views::keys(Modes()), "|")));
   AddBase(*command, "--x-base", options->xBase, "Column of the screen where the frame begins (0)");
   AddBase(*command, "--y-base", options->yBase, "Row of the screen where the frame begins, from the top (0)");
   AddReadOptions(*command, options->read);
+  AddSequenceOptions(*command, options->sequence);
   command->footer(
       "Anaglyphs are for glasses with red before the left eye. Row r of the screen (from 0, the top) shows "
       "the left\n"
       "view when r is odd, with row-interleaved; with checkerboard, a pixel does when row plus column is "
       "odd.");
-  return {command, [command, options](Host& host) {
+  return {command,
+          [command, options](Host& host) {
             Require(*command, "LEFT", !options->left.empty());
             Require(*command, "RIGHT", !options->right.empty());
             Require(*command, "OUT", !options->out.empty());
             Require(*command, "--mode", options->hasMode);
-            return Run(host, *options);
-          }};
+            return RunFrames(options->sequence, {"stereo",
+                                                 {{options->left, options->right}, options->out},
+                                                 [&host, options] { Prepare(host, *options); },
+                                                 [&host, options](const FrameFiles& files) {
+                                                   return Run(host, ForFrame(*options, files));
+                                                 }});
+          },
+          {{"Two views for red and cyan glasses",
+            "rimage stereo stereo-left.png stereo-right.png frame.png --mode color-anaglyph"}}};
 }

@@ -11,9 +11,9 @@
 #include <system_error>
 #include <vector>
 
-#include "Commands.h"
 #include "DriverShim.h"
-#include "OutputFile.h"
+#include "HelpPages.h"
+#include "Interruption.h"
 #include "Suggestion.h"
 
 namespace {
@@ -60,16 +60,23 @@ ExitCode Run(int argc, char** argv) {
   CLI::App app("Reads, converts, compares and shows picture files.", "rimage");
   app.set_version_flag("--version", "rimage " RIMAGE_VERSION);
   app.footer(
+      "rimage help SUBCOMMAND tells the options of one.\n\n"
       "Exit codes: 0 done, 1 pictures differ or some of several files failed, 2 wrong use, 3 reading "
       "failed,\n"
-      "4 writing failed, 5 OpenGL is required and there is none, 130 interrupted.\n"
-      "rimage SUBCOMMAND --help tells the options of one.");
+      "4 writing failed, 5 OpenGL is required and there is none, 130 interrupted.");
   app.allow_extras();
+  std::vector<Command> commands;
+  // The sub-commands take it over.
+  app.formatter_fn([&](const CLI::App* asked, const std::string&, CLI::AppFormatMode) {
+    const auto command = std::ranges::find(commands, asked, &Command::app);
+    return command == commands.end() ? ProgramHelp(DescribeAll(app, commands))
+                                     : CommandHelp(DescribeCommand(*command));
+  });
   AddDriverShimOption(app, argv);
   // One sub-command at most: after it, the names of others are file names.
   app.require_subcommand(0, 1);
-  std::vector<Command> commands;
   for (const auto add : kCommands) commands.push_back(add(app));
+  commands.push_back(AddHelpCommand(app, commands));
   for (const Command& command : commands) command.app->allow_extras();
   try {
     app.parse(argc, argv);
@@ -91,30 +98,10 @@ ExitCode Run(int argc, char** argv) {
   return Finish(chosen->run(host));
 }
 
-ExitCode RunCaught(int argc, char** argv) {
-  try {
-    return Run(argc, argv);
-  } catch (const Failure& failure) {
-    Show(failure);
-    return failure.Code();
-  } catch (const std::bad_alloc&) {
-    ShowNote("memory", "not enough for this picture (no picture can take more than 2 GiB)");
-    return ExitCode::kRead;
-  } catch (const std::system_error& error) {
-    ShowNote("standard output", ErrorText(error.code().value()));
-    return ExitCode::kWrite;
-  }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   OpenStandardStreams();
   InstallInterruptHandlers();
-  try {
-    return static_cast<int>(RunCaught(argc, argv));
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "rimage: internal error: %s\n", error.what());
-    return static_cast<int>(ExitCode::kUsage);
-  }
+  return static_cast<int>(RunCaught([&] { return Run(argc, argv); }));
 }

@@ -1,0 +1,167 @@
+// The help and what is made of it: all of them tell of the same sub-commands and options, and the examples
+// work.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "TestPictures.h"
+#include "ToolRunner.h"
+#include "support/TestData.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using test::RunTool;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+std::string Output(const test::Arguments& arguments) {
+  const auto result = RunTool(arguments);
+  EXPECT_EQ(result.code, 0) << result.errors;
+  return result.output;
+}
+
+// What every match of a pattern has in its first group.
+std::set<std::string> FindAll(const std::string& text, const std::string& pattern) {
+  const std::regex regex(pattern, std::regex::multiline);
+  std::set<std::string> found;
+  for (auto match = std::sregex_iterator(text.begin(), text.end(), regex); match != std::sregex_iterator();
+       ++match)
+    found.insert((*match)[1]);
+  return found;
+}
+
+std::set<std::string> SubCommands() {
+  return FindAll(Output({"help", "--complete", "--", ""}), "^([a-z]+)\t");
+}
+
+// The part of a text between two others.
+std::string Between(const std::string& text, const std::string& start, const std::string& end) {
+  const std::size_t from = text.find(start);
+  if (from == std::string::npos) return "";
+  return text.substr(from, text.find(end, from + start.size()) - from);
+}
+
+TEST(Help, AllFormsTellTheSameOptions) {
+  const std::string man = std::regex_replace(Output({"help", "--man"}), std::regex(R"(\\-)"), "-");
+  const std::string page = Output({"help", "--markdown"});
+  const auto commands = SubCommands();
+  EXPECT_GE(commands.size(), 13U);
+  for (const std::string& command : commands) {
+    const auto options = FindAll(Output({command, "--help"}), "^  (--[a-z-]+)");
+    EXPECT_TRUE(options.contains("--help")) << command;
+    EXPECT_EQ(FindAll(Between(man, ".SS rimage " + command + " ", ".SS rimage "), R"(^\\fB(--[a-z-]+))"),
+              options)
+        << command;
+    EXPECT_EQ(FindAll(Between(page, "\n## " + command + "\n", "\n## "), R"(^\| `(--[a-z-]+))"), options)
+        << command;
+    EXPECT_EQ(FindAll(Output({"help", "--complete", "--", command, "--"}), "^(--[a-z-]+)\t"), options)
+        << command;
+  }
+}
+
+TEST(Help, TheProgramsOwnOptionsAreInAllForms) {
+  auto options = FindAll(Output({"--help"}), "^  (--[a-z-]+)");
+  options.erase("--gl-shim");  // of development builds only
+  EXPECT_THAT(options, testing::ElementsAre("--help", "--version"));
+  const std::string page = Output({"help", "--markdown"});
+  EXPECT_EQ(FindAll(page.substr(0, page.find("\n## ")), R"(^\| `(--[a-z-]+))"), options);
+  EXPECT_EQ(
+      FindAll(Between(Output({"help", "--man"}), ".SH OPTIONS", ".SH COMMANDS"), R"(^\\fB\\-\\-([a-z-]+))"),
+      (std::set<std::string>{"help", "version"}));
+}
+
+TEST(Help, ThePageInTheDocumentationIsUpToDate) {
+  const auto bytes = test::ReadFile(RIMAGE_DOCS "/command-line.md");
+  EXPECT_EQ(Output({"help", "--markdown"}), std::string(bytes.begin(), bytes.end()))
+      << "./dev reference writes it anew";
+}
+
+TEST(Help, SubCommandsAreToldInBothWays) {
+  for (const std::string& command : SubCommands())
+    EXPECT_EQ(Output({"help", command}), Output({command, "--help"}));
+  EXPECT_EQ(Output({"help"}), Output({"--help"}));
+}
+
+// The library in between would show what it checks and how it stores it.
+TEST(Help, ValuesAreToldWithoutTheirTypes) {
+  const std::string help = Output({"help", "convert"});
+  EXPECT_THAT(help, HasSubstr("\n  --quality N                 Quality of JPEG, 0 to 100\n"));
+  EXPECT_THAT(help, HasSubstr("\n  --gpu auto|never|require    Draw with"));
+  EXPECT_THAT(help, HasSubstr("\n  --alpha [=invert]           Make a picture of the alpha\n"));
+  EXPECT_THAT(help, HasSubstr("\n  --flip                      Exchange top and bottom\n"));
+  for (const std::string& command : SubCommands())
+    EXPECT_THAT(FindAll(Output({"help", command}), "^  --[a-z-]+ (INT|UINT|TEXT|FLOAT|BOOLEAN|[^ ]*:[^ ]*)"),
+                IsEmpty())
+        << command;
+}
+
+TEST(Help, LinesFitATerminalOfTheirWidth) {
+  for (const std::string& command : SubCommands()) {
+    std::istringstream lines(Output({"help", command}));
+    for (std::string line; std::getline(lines, line);) {
+      // Examples are shown as they are typed.
+      if (line.starts_with("    rimage ")) continue;
+      EXPECT_LE(line.size(), 110U) << line;
+    }
+  }
+}
+
+TEST(Help, MistakesHaveSuggestions) {
+  EXPECT_EQ(RunTool({"help", "convrt"}).errors,
+            "rimage: help: unknown sub-command 'convrt' (did you mean convert?)\n");
+  EXPECT_EQ(RunTool({"help", "--completion", "zhs"}).errors,
+            "rimage: --completion: unknown shell 'zhs' (did you mean zsh?)\n");
+  EXPECT_EQ(RunTool({"help", "--completion", "powershell"}).errors,
+            "rimage: --completion: unknown shell 'powershell' (known: bash, fish, zsh)\n");
+  EXPECT_EQ(RunTool({"help", "--completion", "zhs"}).code, 2);
+}
+
+TEST(Help, TheManualPageIsWellFormed) {
+  if (std::system("command -v groff >/dev/null") != 0) GTEST_SKIP() << "groff is not installed";
+  const test::TemporaryFolder folder;
+  const std::string page = Output({"help", "--man"});
+  const std::string path = folder.Write("rimage.1", {page.begin(), page.end()});
+  const auto result = RunTool({"-c", "groff -man -Tutf8 -ww '" + path + "'"}, {.program = "/bin/sh"});
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.errors, "");
+  EXPECT_THAT(result.output, HasSubstr("rimage stereo [OPTIONS] LEFT RIGHT OUT"));
+}
+
+TEST(Help, EveryExampleWorks) {
+  const test::TemporaryFolder folder;
+  for (const auto& entry : fs::directory_iterator(RIMAGE_SAMPLES)) {
+    if (entry.path().extension() != ".sh") fs::copy(entry, folder.Path(entry.path().filename().string()));
+  }
+  const test::ToolSettings settings{
+      .folder = folder.Path(""),
+      .environment = {{"PATH", std::string(RIMAGE_TOOL_FOLDER ":") + std::getenv("PATH")}},
+      .program = "/bin/bash"};
+  // In the order of the page, as it says.
+  std::istringstream lines(Output({"help", "--markdown"}));
+  int count = 0;
+  std::string before;
+  for (std::string line; std::getline(lines, line);) {
+    const bool isBehindText = line.empty() && before.ends_with(":");
+    if (!line.empty()) before = line;
+    if (!isBehindText) continue;
+    before.clear();
+    std::getline(lines, line);
+    // What is indented further is a text of another kind.
+    if (!line.starts_with("    ") || line[4] == ' ') continue;
+    const auto result = RunTool({"-c", line.substr(4)}, settings);
+    EXPECT_EQ(result.code, 0) << line << '\n' << result.errors;
+    ++count;
+  }
+  EXPECT_GE(count, 18);
+  for (const char* name : {"waves.tga", "field.png", "level.png", "shot.0012.png", "small.0011.jpg",
+                           "heat.png", "sheet.png", "over.png", "bright.png", "again.png", "frame.png"})
+    EXPECT_FALSE(test::Load(folder.Path(name)).isNull()) << name;
+}
+
+}  // namespace
