@@ -273,7 +273,9 @@ struct RGB555ToRGBBlock {
   static constexpr std::size_t kDestinationBytes = 3, kSourceBytes = 2, kPixels = 32, kReserve = 0;
   template <class StorePolicy>
   void Run(unsigned char* destination, const unsigned char* source) const {
-    const auto eight = [source](int block) { return DropFourth<false>(ExpandRGB555(source + 16 * block)); };
+    const auto eight = [source](int block) {
+      return DropFourth<false>(ExpandRGB555(source + std::ptrdiff_t{16} * block));
+    };
     WritePacked<StorePolicy>(destination, eight(0), eight(1), eight(2), eight(3));
   }
 };
