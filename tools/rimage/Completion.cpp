@@ -26,8 +26,7 @@ std::vector<std::string> PictureExtensions() {
     for (const StreamEntry& entry : ListStreams(group)) extensions.push_back(entry.extension);
   }
   std::ranges::sort(extensions);
-  const auto surplus = std::ranges::unique(extensions);
-  extensions.erase(surplus.begin(), surplus.end());
+  extensions.erase(std::unique(extensions.begin(), extensions.end()), extensions.end());
   return extensions;
 }
 
