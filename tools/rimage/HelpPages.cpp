@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <string_view>
 
 namespace {
 
@@ -118,7 +119,7 @@ std::string ManNotes(const CommandRow& command) {
 std::string Cell(const std::string& text) {
   std::string escaped;
   for (const char c : text) {
-    if (c == '|' || c == '<' || c == '*' || c == '_') escaped += '\\';
+    if (std::string_view("|<*_#").find(c) != std::string_view::npos) escaped += '\\';
     escaped += c;
   }
   return escaped;
