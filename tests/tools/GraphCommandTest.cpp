@@ -245,7 +245,7 @@ TEST_F(GraphCommand, FilesThatCannotBeReadFail) {
   EXPECT_THAT(result.errors, HasSubstr("none.json: No such file or directory\n"));
   result = RunTool({"graph", mFolder.Path(""), mOut});
   EXPECT_EQ(result.code, 3);
-  EXPECT_THAT(result.errors, HasSubstr("Is a directory\n"));
+  EXPECT_THAT(result.errors, HasSubstr("this is a folder\n"));
   result = Run(One(R"(, "inputs": ["a.png"])"));
   EXPECT_EQ(result.code, 3);
   EXPECT_EQ(result.errors, "rimage: " + mFolder.Path("a.png") + ": No such file or directory\n");

@@ -244,6 +244,7 @@ std::string CompletionText(const Completion& completion) {
 
 std::vector<std::string> CompletionShells() {
   std::vector<std::string> shells;
+  shells.reserve(std::size(kScripts));
   for (const Script& script : kScripts) shells.emplace_back(script.shell);
   return shells;
 }
