@@ -79,14 +79,14 @@ const std::vector<Command> kOnProcessor = {
        return Arguments{"graph", f.graph, f.output, "--gpu=never"};
      }}};
 
-const std::vector<Command> kWithOpenGL = {{"Blend",
-                                           [](const Files& f) {
-                                             return Arguments{"blend",  f.input, f.second,
-                                                              f.output, "--set", "Preset=A over B"};
-                                           }},
-                                          {"Stereo", [](const Files& f) {
-                                             return Arguments{"stereo", f.input, f.second, f.output};
-                                           }}};
+const std::vector<Command> kWithOpenGL = {
+    {"Blend",
+     [](const Files& f) {
+       return Arguments{"blend", f.input, f.second, f.output, "--set", "Preset=A over B"};
+     }},
+    {"Stereo", [](const Files& f) {
+       return Arguments{"stereo", f.input, f.second, f.output, "--mode=color-anaglyph"};
+     }}};
 
 // --- What is in a folder: for each name its contents, or what it is.
 

@@ -432,8 +432,7 @@ TEST_F(Sequence, ProgressIsToldAsJson) {
 class Terminal {
  public:
   Terminal() : mMaster(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
-    EXPECT_EQ(grantpt(mMaster), 0);
-    EXPECT_EQ(unlockpt(mMaster), 0);
+    if (grantpt(mMaster) != 0 || unlockpt(mMaster) != 0) return;
     mSlave =
         open(Name().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);  // or the end of the tool would drop the text
   }
@@ -444,6 +443,8 @@ class Terminal {
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
 
+  /// False where the machine has no pseudo terminals, as in a bare change of root.
+  bool IsOpen() const { return mSlave >= 0; }
   std::string Name() const { return ptsname(mMaster); }
   std::string Text() const {
     std::array<char, 65536> text;
@@ -462,6 +463,7 @@ TEST_F(Sequence, ATerminalShowsABar) {
   (void)mFolder.Write("in.0003.png", {1});
   for (int frame = 4; frame < 12; ++frame) test::Save(test::MakeNoise(300, 300), In(frame));
   const Terminal terminal;
+  if (!terminal.IsOpen()) GTEST_SKIP() << "no pseudo terminals";
   const Arguments more = {"--frames", "1-11", "--keep-going"};
   ASSERT_EQ(Convert(more, {.environment = {{"TERM", "xterm"}}, .errors = terminal.Name()}).code, 1);
   const std::string text = terminal.Text();
@@ -474,6 +476,7 @@ TEST_F(Sequence, ATerminalShowsABar) {
 TEST_F(Sequence, OtherTerminalsAndFilesShowNone) {
   MakeFrames({1, 2});
   const Terminal terminal;
+  if (!terminal.IsOpen()) GTEST_SKIP() << "no pseudo terminals";
   ASSERT_EQ(Convert({"--frames", "1-2"}, {.environment = {{"TERM", "dumb"}}, .errors = terminal.Name()}).code,
             0);
   ASSERT_EQ(Convert({"--frames", "1-2", "--progress=none"},
