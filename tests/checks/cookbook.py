@@ -37,7 +37,7 @@ def pictures_of(tool):
 
 def commands_of(tool):
     text = subprocess.run([tool, "--help"], check=True, capture_output=True, text=True).stdout
-    return re.findall(r"^  ([a-z]+) {2,}\S", text[text.index("Subcommands:"):], re.MULTILINE)
+    return re.findall(r"^  ([a-z]+) {2,}\S", text[text.index("Sub-commands:"):], re.MULTILINE)
 
 
 def run(block, folder, environment):
