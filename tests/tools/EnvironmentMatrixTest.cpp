@@ -157,6 +157,16 @@ std::string MakeSocket(const std::string& path) {
   return path;
 }
 
+std::string MakePipe(const std::string& path) {
+  EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+  return path;
+}
+
+std::string MakeLink(const std::string& path, const std::string& target) {
+  fs::create_symlink(target, path);
+  return path;
+}
+
 std::string MakeSparse(const std::string& path) {
   test::WriteFile(path, {0});
   fs::resize_file(path, std::uintmax_t{1} << 32U);
@@ -181,38 +191,21 @@ const std::vector<InputCase> kInputs = {
      }},
     {"FileAsFolder", "Not a directory", [](const auto& f) { return f.Path("good.png/in.png"); }},
     {"Empty", "the file is empty", [](const auto& f) { return f.Write("empty.png", {}); }},
-    {"NamedPipe", "this is no regular file",
-     [](const auto& f) {
-       EXPECT_EQ(mkfifo(f.Path("pipe.png").c_str(), 0600), 0);
-       return f.Path("pipe.png");
-     }},
+    {"NamedPipe", "this is no regular file", [](const auto& f) { return MakePipe(f.Path("pipe.png")); }},
     {"Socket", "No such device or address", [](const auto& f) { return MakeSocket(f.Path("socket.png")); }},
     {"EndlessDevice", "this is no regular file",
-     [](const auto& f) {
-       fs::create_symlink("/dev/zero", f.Path("zero.png"));
-       return f.Path("zero.png");
-     }},
+     [](const auto& f) { return MakeLink(f.Path("zero.png"), "/dev/zero"); }},
     {"EmptyDevice", "this is no regular file",
-     [](const auto& f) {
-       fs::create_symlink("/dev/null", f.Path("null.png"));
-       return f.Path("null.png");
-     }},
+     [](const auto& f) { return MakeLink(f.Path("null.png"), "/dev/null"); }},
     {"LinksInACircle", "Too many levels of symbolic links",
      [](const auto& f) {
-       fs::create_symlink("b.png", f.Path("a.png"));
-       fs::create_symlink("a.png", f.Path("b.png"));
-       return f.Path("a.png");
+       (void)MakeLink(f.Path("b.png"), "a.png");
+       return MakeLink(f.Path("a.png"), "b.png");
      }},
     {"LinkToItself", "Too many levels of symbolic links",
-     [](const auto& f) {
-       fs::create_symlink("self.png", f.Path("self.png"));
-       return f.Path("self.png");
-     }},
+     [](const auto& f) { return MakeLink(f.Path("self.png"), "self.png"); }},
     {"LinkToNothing", "No such file or directory",
-     [](const auto& f) {
-       fs::create_symlink("nothing.png", f.Path("link.png"));
-       return f.Path("link.png");
-     }},
+     [](const auto& f) { return MakeLink(f.Path("link.png"), "nothing.png"); }},
     {"NoPermission", "Permission denied",
      [](const auto& f) {
        chmod(f.Write("secret.png", {1}).c_str(), 0);
@@ -303,17 +296,10 @@ const std::vector<GraphCase> kGraphs = {
        fs::create_directory(f.Path("folder.json"));
        return f.Path("folder.json");
      }},
-    {"NamedPipe", 3, "this is no regular file",
-     [](const auto& f) {
-       EXPECT_EQ(mkfifo(f.Path("pipe.json").c_str(), 0600), 0);
-       return f.Path("pipe.json");
-     }},
+    {"NamedPipe", 3, "this is no regular file", [](const auto& f) { return MakePipe(f.Path("pipe.json")); }},
     {"EndlessDevice", 3, "this is no regular file", [](const auto&) { return std::string("/dev/zero"); }},
     {"LinkToItself", 3, "Too many levels of symbolic links",
-     [](const auto& f) {
-       fs::create_symlink("self.json", f.Path("self.json"));
-       return f.Path("self.json");
-     }},
+     [](const auto& f) { return MakeLink(f.Path("self.json"), "self.json"); }},
     {"NoPermission", 3, "Permission denied",
      [](const auto& f) {
        chmod(f.Write("secret.json", {'{', '}'}).c_str(), 0);
@@ -368,24 +354,16 @@ const std::vector<OutputCase> kOutputs = {
        chmod(f.Write("out.png", kEarlier).c_str(), 0400);
        return f.Path("out.png");
      }},
-    {"NamedPipe", "this is no regular file",
-     [](const auto& f) {
-       EXPECT_EQ(mkfifo(f.Path("pipe.png").c_str(), 0600), 0);
-       return f.Path("pipe.png");
-     }},
+    {"NamedPipe", "this is no regular file", [](const auto& f) { return MakePipe(f.Path("pipe.png")); }},
     {"Socket", "this is no regular file", [](const auto& f) { return MakeSocket(f.Path("socket.png")); }},
     {"FullDevice", "this is no regular file",
-     [](const auto& f) {
-       fs::create_symlink("/dev/full", f.Path("full.png"));
-       return f.Path("full.png");
-     }},
+     [](const auto& f) { return MakeLink(f.Path("full.png"), "/dev/full"); }},
     {"FolderThatTakesNoFiles", "the folder '/proc' takes no files",
      [](const auto&) { return std::string("/proc/out.png"); }},
     {"LinksInACircle", "Too many levels of symbolic links",
      [](const auto& f) {
-       fs::create_symlink("b.png", f.Path("a.png"));
-       fs::create_symlink("a.png", f.Path("b.png"));
-       return f.Path("a.png");
+       (void)MakeLink(f.Path("b.png"), "a.png");
+       return MakeLink(f.Path("a.png"), "b.png");
      }},
     {"NameOver255Bytes", "File name too long",
      [](const auto& f) { return f.Path(std::string(252, 'n') + ".png"); }},
@@ -550,7 +528,7 @@ TEST_P(StandardOutput, IsMissedByWhatPrintsOnly) {
     SCOPED_TRACE(shell);
     fs::remove(mFolder.Path("out.png"));
     const Files files = FilesFor(Good(), mFolder.Path("out.png"));
-    EXPECT_EQ(mkfifo(mFolder.Path("pipe").c_str(), 0600), 0);
+    (void)MakePipe(mFolder.Path("pipe"));
     const auto result = RunTool(command.arguments(files), {.folder = mFolder.Path(""), .shell = shell});
     fs::remove(mFolder.Path("pipe"));
     EXPECT_EQ(result.code, command.prints ? 4 : 0);
