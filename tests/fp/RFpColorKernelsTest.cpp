@@ -8,7 +8,7 @@
 #include <limits>
 #include <vector>
 
-#include "support/Random.h"
+#include "support/RandomPixels.h"
 
 namespace test {
 namespace {
@@ -29,20 +29,10 @@ std::vector<Implementation> Implementations() {
   return list;
 }
 
-Bytes RandomBytes(std::size_t count, Random& random) {
-  Bytes bytes(count);
-  for (unsigned char& byte : bytes) byte = random.Byte();
-  return bytes;
-}
-
-float Coefficient(Random& random, float range) {
-  return (static_cast<float>(random.Below(200001)) / 100000.0F - 1.0F) * range;
-}
-
 RFpMatrixRows RandomRows(Random& random, float range) {
   RFpMatrixRows matrix;
   for (auto& row : matrix.rows) {
-    for (float& value : row) value = Coefficient(random, range);
+    for (float& value : row) value = RandomCoefficient(random, range);
   }
   return matrix;
 }

@@ -10,7 +10,7 @@
 #include <tuple>
 #include <vector>
 
-#include "support/Random.h"
+#include "support/RandomPixels.h"
 
 namespace test {
 namespace {
@@ -30,25 +30,14 @@ std::vector<Implementation> Implementations() {
   return list;
 }
 
-Bytes RandomBytes(std::size_t count, Random& random) {
-  Bytes bytes(count);
-  for (unsigned char& byte : bytes) byte = random.Byte();
-  return bytes;
-}
-
-// A number of -range to range.
-float Coefficient(Random& random, float range) {
-  return (static_cast<float>(random.Below(200001)) / 100000.0F - 1.0F) * range;
-}
-
 RFpKeyerCoefficients RandomCoefficients(Random& random) {
   RFpKeyerCoefficients k;
-  for (float& value : k.weights) value = Coefficient(random, 0.01F);
-  k.offset = Coefficient(random, 1);
-  k.slope = Coefficient(random, 0.0001F);
-  k.base = Coefficient(random, 1);
-  for (float& value : k.spill) value = Coefficient(random, 170);
-  for (float& value : k.goal) value = Coefficient(random, 400);
+  for (float& value : k.weights) value = RandomCoefficient(random, 0.01F);
+  k.offset = RandomCoefficient(random, 1);
+  k.slope = RandomCoefficient(random, 0.0001F);
+  k.base = RandomCoefficient(random, 1);
+  for (float& value : k.spill) value = RandomCoefficient(random, 170);
+  for (float& value : k.goal) value = RandomCoefficient(random, 400);
   return k;
 }
 
@@ -117,8 +106,8 @@ TEST_P(RFpKeyerKernelsTest, IsTheFormula) {
   const Bytes b = RandomBytes(4 * 1000, random);
   for (int round = 0; round < 20; ++round) {
     RFpKeyerCoefficients k = RandomCoefficients(random);
-    if (Program() / 4 == 0) k.slope = Coefficient(random, 3);
-    if (Program() / 4 == 1) k.slope = std::abs(Coefficient(random, 2));
+    if (Program() / 4 == 0) k.slope = RandomCoefficient(random, 3);
+    if (Program() / 4 == 1) k.slope = std::abs(RandomCoefficient(random, 2));
     const Model model(Program(), k);
     Bytes result(a.size());
     Loop()(result.data(), a.data(), b.data(), 1000, k);
@@ -190,8 +179,8 @@ TEST_P(RFpKeyerKernelsTest, RunsOfOneColourGiveThePlainBytes) {
       }
     }
     RFpKeyerCoefficients k = RandomCoefficients(random);
-    if (Program() / 4 == 0) k.slope = Coefficient(random, 3);
-    if (Program() / 4 == 1) k.slope = Coefficient(random, 8);
+    if (Program() / 4 == 0) k.slope = RandomCoefficient(random, 3);
+    if (Program() / 4 == 1) k.slope = RandomCoefficient(random, 8);
     if (Program() / 4 == 2) k.base = 0;
     Bytes result(a.size());
     Bytes plain(a.size());
