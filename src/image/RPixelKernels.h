@@ -57,6 +57,10 @@ struct RPixelKernels {
 extern const RPixelKernels kPlainPixelKernels;
 
 #if defined(__x86_64__)
+/// Outputs of this many bytes and more go past the caches: beside their sources they would not stay in them,
+/// and a normal store first reads the line that it is about to replace.
+inline constexpr std::size_t kStreamingBytes = std::size_t{14} << 20;
+
 /// For processors with AVX2.
 extern const RPixelKernels kAvx2PixelKernels;
 /// For processors that `RHasAvx512Pixels` finds: the loops for AVX2, some of them replaced.

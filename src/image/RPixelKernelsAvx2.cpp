@@ -13,10 +13,6 @@ using Convert = RPixelKernels::Convert;
 using Half = __m128i;    // 16 bytes
 using Vector = __m256i;  // 32 bytes
 
-// Outputs from this size on go past the caches: beside their sources they would not stay in them, and a
-// normal store first reads the line that it is about to replace.
-constexpr std::size_t kStreamingBytes = std::size_t{14} << 20;
-
 Half LoadHalf(const unsigned char* address) {
   return _mm_loadu_si128(reinterpret_cast<const Half*>(address));
 }

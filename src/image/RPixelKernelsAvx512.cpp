@@ -118,12 +118,45 @@ void Unpremultiply(unsigned char* pixels, std::size_t count) {
   kAvx2PixelKernels.unpremultiply(pixels + 4 * i, count - i);
 }
 
+// --- Averages of pairs of rows.
+
+// (a + b) / 2, truncated: the instruction rounds up, so the odd bit is taken off again.
+Vector Average(Vector a, Vector b) {
+  const Vector odd = _mm512_and_si512(_mm512_xor_si512(a, b), _mm512_set1_epi8(1));
+  return _mm512_sub_epi8(_mm512_avg_epu8(a, b), odd);
+}
+
+void AveragePair(unsigned char* destination, const unsigned char* source, std::size_t rowBytes) {
+  std::size_t i = 0;
+  for (; i + kVectorBytes <= rowBytes; i += kVectorBytes) {
+    const Vector average = Average(Load(source + i), Load(source + rowBytes + i));
+    Store(destination + i, average);
+    Store(destination + rowBytes + i, average);
+  }
+  const __mmask64 rest = (__mmask64{1} << (rowBytes - i)) - 1;
+  const Vector average = Average(_mm512_maskz_loadu_epi8(rest, source + i),
+                                 _mm512_maskz_loadu_epi8(rest, source + rowBytes + i));
+  _mm512_mask_storeu_epi8(destination + i, rest, average);
+  _mm512_mask_storeu_epi8(destination + rowBytes + i, rest, average);
+}
+
+void AveragePairs(unsigned char* destination, const unsigned char* source, std::size_t rowBytes,
+                  std::size_t pairs) {
+  const std::size_t pairBytes = 2 * rowBytes;
+  // What goes past the caches is held up by memory alone, and the narrower vectors do.
+  if (pairs * pairBytes >= kStreamingBytes)
+    return kAvx2PixelKernels.averagePairs(destination, source, rowBytes, pairs);
+  for (std::size_t pair = 0; pair < pairs; ++pair)
+    AveragePair(destination + pair * pairBytes, source + pair * pairBytes, rowBytes);
+}
+
 }  // namespace
 
 const RPixelKernels& RGetAvx512PixelKernels() {
   static const RPixelKernels kKernels = [] {
     RPixelKernels kernels = kAvx2PixelKernels;
     kernels.unpremultiply = Unpremultiply;
+    kernels.averagePairs = AveragePairs;
     return kernels;
   }();
   return kKernels;
