@@ -51,7 +51,7 @@ FrameWorker::FrameWorker(const std::function<FrameResult(int)>& work) {
     if (mProcess > 0) (void)NoteChild(mProcess);
   }
   const int error = errno;
-  if (mProcess == 0) Serve(work, ends[1]);
+  if (ready && mProcess == 0) Serve(work, ends[1]);
   if (ends[1] >= 0) close(ends[1]);
   if (mProcess < 0) throw Failure(ExitCode::kWrite, "--jobs", ErrorText(error), "fewer processes need less");
 }

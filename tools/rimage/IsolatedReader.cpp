@@ -14,6 +14,7 @@
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "ChildProcess.h"
 #include "HeldMessages.h"
@@ -201,7 +202,8 @@ FilePicture FromJson(const std::string& path, const Json& json, const ReadOption
   }
   file.picture.alpha =
       json.at("premultiplied").get<bool>() ? AlphaState::kPremultiplied : AlphaState::kStraight;
-  file.orientation = QImageIOHandler::Transformations::fromInt(number("orientation"));
+  file.orientation = QImageIOHandler::Transformations::fromInt(
+      json.at("orientation").get<QImageIOHandler::Transformations::Int>());
   if (!json.contains("texture")) return file;
   file.texture = json["texture"].get<RDDSInfo>();
   file.texture->format = LayoutName(json.at("layout").get<std::string>());
@@ -220,7 +222,7 @@ FilePicture TakeAnswer(const std::string& path, const Json& json, const ReadOpti
 
 }  // namespace
 
-IsolatedReader::IsolatedReader(Host& host, const ReadOptions& options) : mOptions(options) {
+IsolatedReader::IsolatedReader(Host& host, ReadOptions options) : mOptions(std::move(options)) {
   mOptions.isolate = false;  // in the other process
   std::array<int, 2> ends = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0) {

@@ -15,7 +15,7 @@
 class IsolatedReader {
  public:
   /// To be made before any thread exists. All pictures are read with these options.
-  IsolatedReader(Host& host, const ReadOptions& options);
+  IsolatedReader(Host& host, ReadOptions options);
   ~IsolatedReader();
   IsolatedReader(const IsolatedReader&) = delete;
   IsolatedReader& operator=(const IsolatedReader&) = delete;
