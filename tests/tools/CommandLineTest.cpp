@@ -23,6 +23,12 @@ TEST(CommandLine, ShowsItsVersion) {
   EXPECT_THAT(result.errors, IsEmpty());
 }
 
+TEST(CommandLine, HelpHasAShortNameToo) {
+  EXPECT_EQ(RunTool({"-h"}, kNoGui).output, RunTool({"--help"}, kNoGui).output);
+  EXPECT_EQ(RunTool({"info", "-h"}, kNoGui).output, RunTool({"info", "--help"}, kNoGui).output);
+  EXPECT_EQ(RunTool({"info", "-h"}, kNoGui).code, 0);
+}
+
 TEST(CommandLine, HelpNamesEverySubCommand) {
   const auto result = RunTool({"--help"}, kNoGui);
   EXPECT_EQ(result.code, 0);
@@ -92,6 +98,10 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"optionWithValue",
                 {"convert", "a.png", "--resise=3x3", "b.png"},
                 "rimage: convert: unknown option '--resise=3x3' (did you mean --resize?)"},
+        Mistake{"nameOfAnArgument", {"compare", "a.png", "--in"}, "rimage: compare: unknown option '--in'"},
+        Mistake{"capitalLetters",
+                {"convert", "a.png", "--RESIZE=3x3", "b.png"},
+                "rimage: convert: unknown option '--RESIZE=3x3' (did you mean --resize?)"},
         Mistake{"tooManyArguments",
                 {"compare", "a.png", "b.png", "c.png"},
                 "rimage: compare: unknown argument 'c.png'"},
@@ -113,6 +123,26 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"missingValue",
                 {"convert", "a.png", "b.png", "--resize"},
                 "rimage: command line: --resize: 1 required WxH missing"}),
+    [](const auto& row) { return row.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
+    Words, Mistakes,
+    testing::Values(
+        Mistake{"gpu",
+                {"convert", "a.png", "b.png", "--gpu=nevr"},
+                "rimage: command line: --gpu: wrong value 'nevr' (did you mean never?)"},
+        Mistake{"missing",
+                {"convert", "a.png", "b.png", "--frames=1", "--missing=holt"},
+                "rimage: command line: --missing: wrong value 'holt' (did you mean hold?)"},
+        Mistake{"progress",
+                {"convert", "a.png", "b.png", "--frames=1", "--progress=jsn"},
+                "rimage: command line: --progress: wrong value 'jsn' (did you mean json?)"},
+        Mistake{"mode",
+                {"stereo", "a.png", "b.png", "c.png", "--mode=checkerbord"},
+                "rimage: command line: --mode: wrong value 'checkerbord' (did you mean checkerboard?)"},
+        Mistake{"farWord",
+                {"convert", "a.png", "b.png", "--frames=1", "--missing=quietly"},
+                "rimage: command line: --missing: wrong value 'quietly' (known: black, error, hold, skip)"}),
     [](const auto& row) { return row.param.name; });
 
 TEST(CommandLine, OutOfRangeNumbersAreMistakes) {

@@ -413,28 +413,31 @@ constexpr const char* kOffsets = "X,Y or X,Y,wrap in pixels, such as 10,-4";
 constexpr const char* kColours = "#RRGGBB, #RRGGBBAA or a colour name";
 constexpr const char* kFraction = "a number from 0 to 1";
 
-INSTANTIATE_TEST_SUITE_P(All, WrongValues,
-                         testing::Values(WrongValue{"sizeWithoutHeight", "--resize", "640", kSizes},
-                                         WrongValue{"sizeWithZero", "--resize", "0x5", kSizes},
-                                         WrongValue{"negativeSize", "--resize", "5x-5", kSizes},
-                                         WrongValue{"sizeWithRest", "--resize", "5x5x5", kSizes},
-                                         WrongValue{"hugeSize", "--resize", "99999999999x1", kSizes},
-                                         WrongValue{"emptySize", "--resize", "", kSizes},
-                                         WrongValue{"offsetWithoutY", "--translate", "5", kOffsets},
-                                         WrongValue{"offsetWithRest", "--translate", "5,5,warp", kOffsets},
-                                         WrongValue{"offsetWithBlank", "--translate", "5, 5", kOffsets},
-                                         WrongValue{"shortColour", "--square", "#123", kColours},
-                                         WrongValue{"colourWithSign", "--square", "#-12345", kColours},
-                                         WrongValue{"longColour", "--square", "#1234567890", kColours},
-                                         WrongValue{"colourName", "--square", "reddish", kColours},
-                                         WrongValue{"fractionAbove", "--apply-alpha", "1.01", kFraction},
-                                         WrongValue{"fractionBelow", "--apply-alpha", "-0.1", kFraction},
-                                         WrongValue{"fractionOfNothing", "--apply-alpha", "nan", kFraction},
-                                         WrongValue{"fractionWithRest", "--apply-alpha", "0.5%", kFraction},
-                                         WrongValue{"field", "--field", "three", "one, two or average"},
-                                         WrongValue{"format", "--format", "rgba",
-                                                    "known: RGBA, RGB, BGRA, BGR, ABGR, ARGB, RGB555"}),
-                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    All, WrongValues,
+    testing::Values(WrongValue{"sizeWithoutHeight", "--resize", "640", kSizes},
+                    WrongValue{"sizeWithZero", "--resize", "0x5", kSizes},
+                    WrongValue{"negativeSize", "--resize", "5x-5", kSizes},
+                    WrongValue{"sizeWithRest", "--resize", "5x5x5", kSizes},
+                    WrongValue{"hugeSize", "--resize", "99999999999x1", kSizes},
+                    WrongValue{"emptySize", "--resize", "", kSizes},
+                    WrongValue{"offsetWithoutY", "--translate", "5", kOffsets},
+                    WrongValue{"offsetWithRest", "--translate", "5,5,warp", kOffsets},
+                    WrongValue{"offsetWithBlank", "--translate", "5, 5", kOffsets},
+                    WrongValue{"shortColour", "--square", "#123", kColours},
+                    WrongValue{"colourWithSign", "--square", "#-12345", kColours},
+                    WrongValue{"longColour", "--square", "#1234567890", kColours},
+                    WrongValue{"colourName", "--square", "reddish", kColours},
+                    WrongValue{"fractionAbove", "--apply-alpha", "1.01", kFraction},
+                    WrongValue{"fractionBelow", "--apply-alpha", "-0.1", kFraction},
+                    WrongValue{"fractionOfNothing", "--apply-alpha", "nan", kFraction},
+                    WrongValue{"fractionWithRest", "--apply-alpha", "0.5%", kFraction},
+                    WrongValue{"field", "--field", "three", "known: one, two, average"},
+                    WrongValue{"format", "--format", "CMYK",
+                               "known: RGBA, RGB, BGRA, BGR, ABGR, ARGB, RGB555"},
+                    WrongValue{"closeField", "--field", "avrage", "did you mean average?"},
+                    WrongValue{"smallLetters", "--format", "bgra", "did you mean BGRA?"}),
+    [](const auto& row) { return row.param.name; });
 
 TEST(WrongFlagValues, AreTold) {
   const auto alpha = RunTool({"convert", "a.png", "--alpha=upside", "b.png"});

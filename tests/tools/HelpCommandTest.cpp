@@ -53,27 +53,47 @@ TEST(Help, AllFormsTellTheSameOptions) {
   const auto commands = SubCommands();
   EXPECT_GE(commands.size(), 13U);
   for (const std::string& command : commands) {
-    const auto options = FindAll(Output({command, "--help"}), "^  (--[a-z-]+)");
-    EXPECT_TRUE(options.contains("--help")) << command;
-    EXPECT_EQ(FindAll(Between(man, ".SS rimage " + command + " ", ".SS rimage "), R"(^\\fB(--[a-z-]+))"),
+    const auto options = FindAll(Output({command, "--help"}), "^  ((-h, )?--[a-z-]+)");
+    EXPECT_TRUE(options.contains("-h, --help")) << command;
+    std::string section = Between(man, ".SS rimage " + command + " ", ".SS rimage ");
+    section = std::regex_replace(section, std::regex(R"(\\f[BR])"), "");
+    EXPECT_EQ(FindAll(section, R"(^\.TP\n((-h, )?--[a-z-]+))"), options) << command;
+    EXPECT_EQ(FindAll(Between(page, "\n## " + command + "\n", "\n## "), R"(^\| `((-h, )?--[a-z-]+))"),
               options)
         << command;
-    EXPECT_EQ(FindAll(Between(page, "\n## " + command + "\n", "\n## "), R"(^\| `(--[a-z-]+))"), options)
-        << command;
-    EXPECT_EQ(FindAll(Output({"help", "--complete", "--", command, "--"}), "^(--[a-z-]+)\t"), options)
-        << command;
+    auto offered = FindAll(Output({"help", "--complete", "--", command, "-"}), "^(-[a-z-]+)\t");
+    EXPECT_EQ(offered.erase("--help") + offered.erase("-h"), 2U) << command;
+    offered.insert("-h, --help");
+    EXPECT_EQ(offered, options) << command;
   }
 }
 
 TEST(Help, TheProgramsOwnOptionsAreInAllForms) {
-  auto options = FindAll(Output({"--help"}), "^  (--[a-z-]+)");
+  auto options = FindAll(Output({"--help"}), "^  ((-h, )?--[a-z-]+)");
   options.erase("--gl-shim");  // of development builds only
-  EXPECT_THAT(options, testing::ElementsAre("--help", "--version"));
+  EXPECT_THAT(options, testing::ElementsAre("--version", "-h, --help"));
   const std::string page = Output({"help", "--markdown"});
-  EXPECT_EQ(FindAll(page.substr(0, page.find("\n## ")), R"(^\| `(--[a-z-]+))"), options);
-  EXPECT_EQ(
-      FindAll(Between(Output({"help", "--man"}), ".SH OPTIONS", ".SH COMMANDS"), R"(^\\fB\\-\\-([a-z-]+))"),
-      (std::set<std::string>{"help", "version"}));
+  EXPECT_EQ(FindAll(page.substr(0, page.find("\n## ")), R"(^\| `((-h, )?--[a-z-]+))"), options);
+  EXPECT_EQ(FindAll(Between(Output({"help", "--man"}), ".SH OPTIONS", ".SH COMMANDS"), R"(\\-\\-([a-z-]+))"),
+            (std::set<std::string>{"help", "version"}));
+}
+
+// What all sub-commands share is told once.
+TEST(Help, ExitCodesAreToldOnce) {
+  for (const char* form : {"--man", "--markdown"}) {
+    const std::string page = Output({"help", form});
+    const std::size_t first = page.find("Exit codes: ");
+    EXPECT_NE(first, std::string::npos) << form;
+    EXPECT_EQ(page.find("Exit codes: ", first + 1), std::string::npos) << form;
+  }
+  EXPECT_THAT(Output({"--help"}), HasSubstr("Exit codes: 0 done"));
+  EXPECT_THAT(Output({"formats", "--help"}), testing::Not(HasSubstr("Exit codes")));
+}
+
+TEST(Help, EverySubCommandHasAnExample) {
+  for (const std::string& command : SubCommands())
+    EXPECT_THAT(Output({"help", command}),
+                testing::ContainsRegex("\n    (eval .*)?rimage " + command + " ?"));
 }
 
 TEST(Help, ThePageInTheDocumentationIsUpToDate) {

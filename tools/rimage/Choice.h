@@ -2,7 +2,6 @@
 #pragma once
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <CLI/CLI.hpp>
 #include <map>
@@ -24,9 +23,7 @@ CLI::Validator OneOf(const std::map<std::string, Value>& choices) {
     std::vector<std::string> known;
     known.reserve(choices.size());
     for (const auto& [name, value] : choices) known.push_back(name);
-    const std::string hint = Suggest(word, known);
-    return fmt::format("wrong value '{}' ({})", Printable(word),
-                       hint.empty() ? fmt::format("known: {}", fmt::join(known, ", ")) : hint);
+    return fmt::format("wrong value '{}' ({})", Printable(word), SuggestOrList(word, known));
   };
   return {choose, ""};
 }

@@ -24,9 +24,10 @@ std::string ValueOf(const CLI::Option& option) {
 OptionRow DescribeOption(const CLI::Option& option) {
   const bool isArgument = option.get_positional();
   const std::string usual = option.get_default_str();
-  return {
-      isArgument ? option.get_name(true) : "--" + option.get_single_name(), isArgument ? "" : ValueOf(option),
-      OnOneLine(option.get_description()) + (usual.empty() ? "" : " (" + usual + ")"), option.get_group()};
+  return {isArgument ? option.get_name(true) : "--" + option.get_single_name(),
+          isArgument ? "" : ValueOf(option),
+          OnOneLine(option.get_description()) + (usual.empty() ? "" : " (" + usual + ")"), option.get_group(),
+          option.get_snames().empty() ? "" : "-" + option.get_snames().front()};
 }
 
 std::vector<std::string> Paragraphs(const std::string& text) {

@@ -13,6 +13,7 @@ struct OptionRow {
   std::string value;  ///< what the value looks like: "WxH", all texts as in "auto|never", or empty for none
   std::string help;   ///< on one line
   std::string group;  ///< the heading it stands under
+  std::string shortName = {};  ///< another name with one dash; empty: none
 
   /// Whether a value follows in a word of its own.
   bool TakesWord() const { return !value.empty() && value[0] != '['; }

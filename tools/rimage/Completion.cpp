@@ -1,7 +1,6 @@
 #include "Completion.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <array>
@@ -84,7 +83,10 @@ Completion CompleteArgument(const CommandTable& table, const CommandRow& command
 
 Completion CompleteOptions(const CommandRow& command) {
   Completion completion;
-  for (const OptionRow& option : command.options) completion.words.push_back({option.name, option.help});
+  for (const OptionRow& option : command.options) {
+    completion.words.push_back({option.name, option.help});
+    if (!option.shortName.empty()) completion.words.push_back({option.shortName, option.help});
+  }
   return completion;
 }
 
@@ -253,7 +255,6 @@ std::string CompletionScript(const std::string& shell) {
   const auto* const script =
       std::ranges::find_if(kScripts, [&](const Script& row) { return shell == row.shell; });
   if (script != kScripts.end()) return script->text;
-  const std::string hint = Suggest(shell, CompletionShells());
   throw Failure(ExitCode::kUsage, "--completion", fmt::format("unknown shell '{}'", Printable(shell)),
-                hint.empty() ? fmt::format("known: {}", fmt::join(CompletionShells(), ", ")) : hint);
+                SuggestOrList(shell, CompletionShells()));
 }

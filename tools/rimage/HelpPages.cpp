@@ -32,7 +32,8 @@ std::string Wrap(const std::string& text, std::size_t column, std::size_t indent
 bool IsShownAsItStands(const std::string& paragraph) { return paragraph.starts_with(' '); }
 
 std::string NameAndValue(const OptionRow& option) {
-  return option.value.empty() ? option.name : fmt::format("{} {}", option.name, option.value);
+  const std::string start = option.shortName.empty() ? "" : option.shortName + ", ";
+  return start + (option.value.empty() ? option.name : fmt::format("{} {}", option.name, option.value));
 }
 
 // The headings in the order of their first options.
@@ -97,8 +98,10 @@ std::string ManOptions(const CommandRow& command) {
     text += fmt::format(".TP\n\\fI{}\\fR\n{}\n", Roff(argument.name), Roff(argument.help));
   for (const OptionRow& option : command.options) {
     if (option.group == kDevelopment) continue;
+    const std::string start =
+        option.shortName.empty() ? "" : fmt::format("\\fB{}\\fR, ", Roff(option.shortName));
     const std::string value = option.value.empty() ? "" : fmt::format(" \\fI{}\\fR", Roff(option.value));
-    text += fmt::format(".TP\n\\fB{}\\fR{}\n{}\n", Roff(option.name), value, Roff(option.help));
+    text += fmt::format(".TP\n{}\\fB{}\\fR{}\n{}\n", start, Roff(option.name), value, Roff(option.help));
   }
   return text;
 }

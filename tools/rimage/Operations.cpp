@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <new>
 #include <string_view>
 #include <utility>
 
 #include "Arguments.h"
+#include "Suggestion.h"
 
 namespace {
 
@@ -36,7 +38,9 @@ Step MakeFormat(const std::string& value, const OperationContext&) {
   const auto* const format =
       std::ranges::find_if(kFormats, [&](kImageFormat known) { return value == FormatName(known); });
   if (format == kFormats.end()) {
-    throw WrongValue("--format", value, "known: RGBA, RGB, BGRA, BGR, ABGR, ARGB, RGB555");
+    std::vector<std::string> names;
+    std::ranges::transform(kFormats, std::back_inserter(names), FormatName);
+    throw WrongValue("--format", value, SuggestOrList(value, names));
   }
   return [target = *format](Picture& picture) {
     const char* from = FormatName(picture.image->GetFormat());
@@ -160,7 +164,7 @@ Step MakeMergeAlpha(const std::string& value, const OperationContext& context) {
 // --- Fields.
 
 struct FieldKind {
-  std::string_view name;
+  const char* name;
   kImageType type;
   kInterleaveType interleave;
 };
@@ -172,7 +176,11 @@ constexpr std::array kFieldKinds{
 
 Step MakeField(const std::string& value, const OperationContext&) {
   const auto* const kind = std::ranges::find(kFieldKinds, value, &FieldKind::name);
-  if (kind == kFieldKinds.end()) throw WrongValue("--field", value, "one, two or average");
+  if (kind == kFieldKinds.end()) {
+    std::vector<std::string> names;
+    std::ranges::transform(kFieldKinds, std::back_inserter(names), &FieldKind::name);
+    throw WrongValue("--field", value, SuggestOrList(value, names));
+  }
   return [kind = *kind](Picture& picture) {
     RImage& image = *picture.image;
     if (image.GetImageType() != kImageTypeFrame) {

@@ -1,7 +1,6 @@
 #include "OperatorProperties.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <QString>
 #include <QStringList>
@@ -55,8 +54,7 @@ void CheckListed(const std::string& subject, const RProperty& property, const Pr
   bool isNumber = false;
   const int number = value.toInt(&isNumber);
   if (isNumber && number >= 0 && static_cast<std::size_t>(number) < texts.size()) return;
-  const std::string hint = Suggest(setting.value, texts);
-  throw WrongValue(subject, setting, hint.empty() ? fmt::format("known: {}", fmt::join(texts, ", ")) : hint);
+  throw WrongValue(subject, setting, SuggestOrList(setting.value, texts));
 }
 
 // The host would move such a value to the nearest one in the range without a word.

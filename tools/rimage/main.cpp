@@ -25,7 +25,9 @@ void CheckRemaining(const CLI::App& app) {
   std::erase(remaining, "--");
   if (remaining.empty()) return;
   std::vector<std::string> known;
-  for (const CLI::Option* option : app.get_options()) known.push_back("--" + option->get_single_name());
+  for (const CLI::Option* option : app.get_options()) {
+    if (!option->get_positional()) known.push_back("--" + option->get_single_name());
+  }
   for (const CLI::App* command : app.get_subcommands(nullptr)) known.push_back(command->get_name());
   const std::string& word = remaining.front();
   const bool chosen = app.get_parent() != nullptr;
@@ -59,11 +61,6 @@ constexpr std::array kCommands{AddFormatsCommand, AddInfoCommand,   AddConvertCo
 ExitCode Run(int argc, char** argv) {
   CLI::App app("Reads, converts, compares and shows picture files.", "rimage");
   app.set_version_flag("--version", "rimage " RIMAGE_VERSION);
-  app.footer(
-      "rimage help SUBCOMMAND tells the options of one.\n\n"
-      "Exit codes: 0 done, 1 pictures differ or some of several files failed, 2 wrong use, 3 reading "
-      "failed,\n"
-      "4 writing failed, 5 OpenGL is required and there is none, 130 interrupted.");
   app.allow_extras();
   std::vector<Command> commands;
   // The sub-commands take it over.
@@ -77,6 +74,12 @@ ExitCode Run(int argc, char** argv) {
   app.require_subcommand(0, 1);
   for (const auto add : kCommands) commands.push_back(add(app));
   commands.push_back(AddHelpCommand(app, commands));
+  // The sub-commands would take it over.
+  app.footer(
+      "rimage help SUBCOMMAND tells the options of one.\n\n"
+      "Exit codes: 0 done, 1 pictures differ or some of several files failed, 2 wrong use, 3 reading "
+      "failed,\n"
+      "4 writing failed, 5 OpenGL is required and there is none, 130 interrupted.");
   for (const Command& command : commands) command.app->allow_extras();
   try {
     app.parse(argc, argv);
