@@ -141,34 +141,41 @@ Completion CompleteAt(const CommandTable& table, const Position& position, const
 constexpr const char* kBash =
     R"sh(# Completion of rimage for bash: the program itself tells what can stand in a place.
 _rimage() {
-  local i word words=() current kind text extension
+  local i word words=() head option path kind text extension
   for ((i = 1; i <= COMP_CWORD; ++i)); do
     word=${COMP_WORDS[i]}
-    # Readline takes an equals sign for a word of its own.
+    # Readline takes an equals sign outside quotes for a word of its own, and replaces what is behind it.
     if ((i > 1)) && [[ $word == = || ${COMP_WORDS[i - 1]} == = ]]; then
+      head=${words[-1]}
+      [[ $word == = ]] && head+==
       words[-1]+=$word
     else
+      head=
       words+=("$word")
     fi
   done
-  current=${words[-1]}
+  head=${head//[\"\'\\]/}
   words=("${words[@]//[\"\'\\]/}")
   COMPREPLY=()
   {
     read -r kind
     while IFS=$'\t' read -r text _; do
-      text=${text#"${words[-1]%"${words[-1]##*=}"}"}
+      text=${text#"$head"}
       [[ $text == *= ]] && compopt -o nospace
-      [[ $current == *[\"\']* ]] || printf -v text '%q' "$text"
+      [[ $word == *[\"\']* ]] || printf -v text '%q' "$text"
       COMPREPLY+=("${text//\\=/=}")
     done
   } < <("${COMP_WORDS[0]}" help --complete -- "${words[@]}" 2>/dev/null)
   [[ $kind == files* ]] || return 0
   compopt -o filenames
+  path=${words[-1]}
+  [[ $path == -*=* ]] && option=${path%%=*}= path=${path#*=}
   while read -r text; do
     extension=${text##*.}
-    [[ -d $text || $kind == files || " ${kind#files} " == *" ${extension,,} "* ]] && COMPREPLY+=("$text")
-  done < <(compgen -f -- "${words[-1]##*=}")
+    [[ -d ${text/#\~\//$HOME/} || $kind == files || " ${kind#files} " == *" ${extension,,} "* ]] || continue
+    text=$option$text
+    COMPREPLY+=("${text#"$head"}")
+  done < <(compgen -f -- "$path")
 }
 complete -F _rimage rimage
 )sh";
@@ -176,9 +183,11 @@ complete -F _rimage rimage
 constexpr const char* kZsh = R"sh(#compdef rimage
 # Completion of rimage for zsh: the program itself tells what can stand in a place.
 _rimage() {
-  local line
+  local line current
   local -a answer described extensions suffix
-  answer=("${(@f)$("$words[1]" help --complete -- "${(@Q)words[2,CURRENT]}" 2>/dev/null)}")
+  # A quotation mark that is still open is no part of the word.
+  current=${${(Q)words[CURRENT]}//[\"\']/}
+  answer=("${(@f)$("$words[1]" help --complete -- "${(@Q)words[2,CURRENT-1]}" "$current" 2>/dev/null)}")
   extensions=(${=answer[1]#(files|words)})
   for line in "${(@)answer[2,-1]}"; do
     described+=("${${line%%$'\t'*}//:/\\:}:${line#*$'\t'}")
@@ -199,14 +208,19 @@ constexpr const char* kFish =
     R"sh(# Completion of rimage for fish: the program itself tells what can stand in a place.
 function __rimage_complete
     set -l words (commandline -opc)
-    set -l current (commandline -ct)
-    set -q current[1]; or set current ''
+    set -l token (commandline -ct)
+    set -l current ''
+    # A quotation mark may be still open.
+    for quote in '' '"' "'"
+        set -l whole (string unescape -- "$token$quote"); and set current $whole; and break
+    end
     set -l answer ($words[1] help --complete -- $words[2..-1] $current 2>/dev/null)
     set -q answer[1]; or return
     printf '%s\n' $answer[2..-1]
     string match -q 'files*' -- $answer[1]; or return
     set -l extensions (string split -n ' ' -- (string replace files '' -- $answer[1]))
-    for path in (__fish_complete_path $current)
+    for path in (__fish_complete_path (string replace -r '^~/' "$HOME/" -- $current))
+        string match -q '~/*' -- $current; and set path (string replace "$HOME/" '~/' -- $path)
         set -l name (string split -f1 \t -- $path)
         if string match -q '*/' -- $name; or not set -q extensions[1]
             echo $path
