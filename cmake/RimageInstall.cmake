@@ -63,8 +63,15 @@ install(FILES ${PROJECT_BINARY_DIR}/rimageConfig.cmake ${PROJECT_BINARY_DIR}/rim
 configure_file(cmake/rimage.pc.in ${PROJECT_BINARY_DIR}/rimage.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/rimage.pc DESTINATION ${rimage_pkgconfig_dir} COMPONENT module_dev)
 
-install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc)
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc FILES_MATCHING PATTERN "*.md")
+# The pages with what they refer to, the samples, in whose folder the examples of the help run, and the site where
+# ./dev package has made it.
+install(FILES README.md ARCHITECTURE.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.jpg" PATTERN "*.png")
+install(DIRECTORY samples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc USE_SOURCE_PERMISSIONS)
+install(FILES examples/hello.cpp examples/hello_host.cpp examples/bad_host.cpp
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT doc)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/site/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html COMPONENT doc OPTIONAL)
 
 if(TARGET rimage_qt6)
   file(RELATIVE_PATH rimage_lib_from_plugin

@@ -43,11 +43,51 @@ foreach(package IN LISTS packages)
   run(${dpkg_deb} -x ${package} ${WORK}/one/${name})
   files_in(${WORK}/one/${name}/usr files)
   list(APPEND contents ${files})
+  set(files_of_${name} ${files})
 endforeach()
 list(SORT names)
 expect_equal("the packages" "${names}" "librimage;librimage-dev;rimage-doc;rimage-qt6;rimage-tools")
 list(SORT contents)
 expect_equal("the files of the packages" "${contents}" "${installed}")
+
+# What each is there for.
+set(docs share/doc/rimage)
+foreach(place "librimage|lib[^;]*/librimage\\.so\\.[0-9]" "librimage|lib[^;]*/librbaselib\\.so\\.[0-9]"
+    "librimage-dev|include/rimage/image/RImage\\.h" "librimage-dev|lib[^;]*/cmake/rimage/rimageConfig\\.cmake"
+    "librimage-dev|lib[^;]*/pkgconfig/rimage\\.pc" "librimage-dev|lib[^;]*/librimage\\.so"
+    "rimage-tools|bin/rimage" "rimage-tools|share/man/man1/rimage\\.1"
+    "rimage-tools|share/bash-completion/completions/rimage" "rimage-tools|share/zsh/site-functions/_rimage"
+    "rimage-tools|share/fish/vendor_completions\\.d/rimage\\.fish" "rimage-qt6|[^;]*imageformats/libqrimage\\.so"
+    "rimage-doc|${docs}/docs/command-line\\.md" "rimage-doc|${docs}/samples/hopper\\.tga"
+    "rimage-doc|${docs}/examples/hello_host\\.cpp")
+  string(REPLACE "|" ";" pair "${place}")
+  list(GET pair 0 name)
+  list(GET pair 1 pattern)
+  if(NOT ";${files_of_${name}};" MATCHES ";${pattern};")
+    message(FATAL_ERROR "${name} has no ${pattern}, but ${files_of_${name}}")
+  endif()
+endforeach()
+
+# The pages lead to each other where they are installed, too.
+file(GLOB pages ${WORK}/root/usr/${docs}/*.md ${WORK}/root/usr/${docs}/docs/*.md)
+set(links 0)
+foreach(page IN LISTS pages)
+  cmake_path(GET page PARENT_PATH folder)
+  file(READ ${page} text)
+  # Brackets would hold a list together.
+  string(REPLACE "](" "@leads to@" text "${text}")
+  string(REGEX MATCHALL "@leads to@[A-Za-z][^):;]*\\)" found "${text}")
+  foreach(link IN LISTS found)
+    string(REGEX REPLACE "^@leads to@([^)#]*).*" "\\1" target "${link}")
+    if(NOT EXISTS ${folder}/${target})
+      message(FATAL_ERROR "${page} leads to ${target}, which is not installed")
+    endif()
+    math(EXPR links "${links} + 1")
+  endforeach()
+endforeach()
+if(links LESS 10)
+  message(FATAL_ERROR "only ${links} links were found")
+endif()
 
 # Each says what it needs: those with programs the libraries, found out from the files, and the package of the library.
 foreach(need "librimage|libqt6gui6" "librimage-dev|librimage \\(= " "rimage-tools|librimage \\(= " "rimage-tools|libqt6gui6"
