@@ -31,6 +31,9 @@ void StartWith(const std::string& name, char** arguments) {
     unsetenv(kPreloadVariable);
     return;
   }
+  // The loader would go on without it.
+  if (access(RIMAGE_GL_SHIM_LIBRARY, R_OK) != 0)
+    throw Failure(ExitCode::kNoGpu, RIMAGE_GL_SHIM_LIBRARY, ErrorText(errno), "./dev build makes it");
   setenv(kNameVariable, name.c_str(), 1);
   setenv(kPreloadVariable, RIMAGE_GL_SHIM_LIBRARY, 1);
   execv("/proc/self/exe", arguments);
