@@ -124,6 +124,9 @@ bool RImage::GetImageFields(RImage* destination, kImageType type, kInterleaveTyp
   return true;
 }
 
+// Pointers to what is only read are not const in the host's contract, so neither are they in the forms that
+// know the end of the destination.
+// NOLINTBEGIN(readability-non-const-parameter)
 void RImage::ExtractField(unsigned char* destination, kImageType type, unsigned char* source,
                           unsigned char* end, int rowBytes, unsigned char* destinationEnd) {
   if (rowBytes <= 0 || source >= end || destination >= destinationEnd) return;
@@ -170,3 +173,4 @@ void RImage::ExtractAverage(unsigned char* destination, unsigned char* source, u
   for (std::size_t i = 0; i < bytes; ++i) row[i] = static_cast<unsigned char>((last[i] + partner[i]) / 2);
   if (room > 2 * pairs + 1) std::copy_n(row, bytes, row + bytes);
 }
+// NOLINTEND(readability-non-const-parameter)
