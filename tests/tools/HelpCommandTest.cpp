@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QRegularExpression>
 #include <cstdlib>
 #include <filesystem>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -28,16 +28,19 @@ std::string Output(const test::Arguments& arguments) {
 
 // What every match of a pattern has in its first group.
 std::set<std::string> FindAll(const std::string& text, const std::string& pattern) {
-  const std::regex regex(pattern, std::regex::multiline);
+  const QRegularExpression expression(QString::fromStdString(pattern), QRegularExpression::MultilineOption);
   std::set<std::string> found;
-  for (auto match = std::sregex_iterator(text.begin(), text.end(), regex); match != std::sregex_iterator();
-       ++match)
-    found.insert((*match)[1]);
+  for (const QRegularExpressionMatch& match : expression.globalMatch(QString::fromStdString(text)))
+    found.insert(match.captured(1).toStdString());
   return found;
 }
 
 std::set<std::string> SubCommands() {
   return FindAll(Output({"help", "--complete", "--", ""}), "^([a-z]+)\t");
+}
+
+std::string WithoutAll(const std::string& text, const char* pattern) {
+  return QString::fromStdString(text).remove(QRegularExpression(QString::fromLatin1(pattern))).toStdString();
 }
 
 // The part of a text between two others.
@@ -48,15 +51,15 @@ std::string Between(const std::string& text, const std::string& start, const std
 }
 
 TEST(Help, AllFormsTellTheSameOptions) {
-  const std::string man = std::regex_replace(Output({"help", "--man"}), std::regex(R"(\\-)"), "-");
+  const std::string man = WithoutAll(Output({"help", "--man"}), R"(\\(?=-))");
   const std::string page = Output({"help", "--markdown"});
   const auto commands = SubCommands();
   EXPECT_GE(commands.size(), 13U);
   for (const std::string& command : commands) {
     const auto options = FindAll(Output({command, "--help"}), "^  ((-h, )?--[a-z-]+)");
     EXPECT_TRUE(options.contains("-h, --help")) << command;
-    std::string section = Between(man, ".SS rimage " + command + " ", ".SS rimage ");
-    section = std::regex_replace(section, std::regex(R"(\\f[BR])"), "");
+    const std::string section =
+        WithoutAll(Between(man, ".SS rimage " + command + " ", ".SS rimage "), R"(\\f[BR])");
     EXPECT_EQ(FindAll(section, R"(^\.TP\n((-h, )?--[a-z-]+))"), options) << command;
     EXPECT_EQ(FindAll(Between(page, "\n## " + command + "\n", "\n## "), R"(^\| `((-h, )?--[a-z-]+))"),
               options)

@@ -1,13 +1,11 @@
 // rimage stereo: two views of a scene in one picture.
 #include <GL/gl.h>
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <limits>
 #include <map>
 #include <memory>
-#include <ranges>
 
 #include "Choice.h"
 #include "Commands.h"
@@ -38,6 +36,12 @@ const std::map<std::string, EStereoDisplayMode>& Modes() {
       {"row-interleaved", eRowInterleaved}, {"checkerboard", eCheckerboard},
       {"side-by-side", eSideBySide},        {"side-by-side-swapped", eSideBySideSwapped}};
   return kModes;
+}
+
+std::string ModeNames() {
+  std::string names;
+  for (const auto& [name, mode] : Modes()) names += (names.empty() ? "" : "|") + name;
+  return names;
 }
 
 /// Keeps the module's warnings, which become failures here.
@@ -174,7 +178,7 @@ Command AddStereoCommand(CLI::App& app) {
           },
           "How the views are put together")
       ->transform(OneOf(Modes()))
-      ->type_name(fmt::format("{}", fmt::join(std::views::keys(Modes()), "|")));
+      ->type_name(ModeNames());
   AddBase(*command, "--x-base", options->xBase, "Column of the screen where the frame begins (0)");
   AddBase(*command, "--y-base", options->yBase, "Row of the screen where the frame begins, from the top (0)");
   AddReadOptions(*command, options->read);
