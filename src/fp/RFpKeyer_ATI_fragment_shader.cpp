@@ -83,8 +83,12 @@ int RFpKeyer_ATI_fragment_shader::Bind(RFpContext*, int, int form) {
   if (!(form & kFormTextureMask)) return 1;
   const auto program = RFpGetKeyerProgram(GetSettings());
   if (!mUsable || !program) return 0;
-  if (mProgram != program && !Define()) return 0;
-  mProgram = program;
+  if (mProgram != program) {
+    // A definition that the driver refuses has replaced the one before all the same.
+    mProgram.reset();
+    if (!Define()) return 0;
+    mProgram = program;
+  }
   // The constants are the context's, not the shader's, and drivers take them up when a shader is bound.
   mConstants = MakeConstants(GetSettings(), GetParameters());
   for (std::size_t i = 0; i < mConstants.size(); ++i)

@@ -102,17 +102,45 @@ TEST_F(RFpKeyer_ATI_fragment_shaderTest, StaysWithinTheLimitsOfTheHardware) {
   }
 }
 
+// Makes the driver refuse every definition while it lives.
+class Refusal {
+ public:
+  Refusal()
+      : mSampleMap(
+            "glSampleMapATI",
+            +[](GLuint, GLuint, GLenum) { DriverEntryPoint<void(GLenum)>("glEnable")(0xFFFFFFFF); }) {}
+
+ private:
+  EntryPointReplacement mSampleMap;
+};
+
 TEST_F(RFpKeyer_ATI_fragment_shaderTest, AShaderThatTheDriverRefusesFailsToBind) {
   GLErrorCapture errors;
   RFpKeyer_ATI_fragment_shader node;
   {
-    const EntryPointReplacement refused(
-        "glSampleMapATI",
-        +[](GLuint, GLuint, GLenum) { DriverEntryPoint<void(GLenum)>("glEnable")(0xFFFFFFFF); });
+    const Refusal refusal;
     EXPECT_EQ(node.Bind(&context, 0, 0x100), 0);
   }
   EXPECT_EQ(node.Bind(&context, 0, 0x100), 1) << "built again";
   node.Unbind(&context, 0, 0x100);
+}
+
+// The shader holds the refused definition then, and no longer the one before.
+TEST_F(RFpKeyer_ATI_fragment_shaderTest, AfterARefusalTheProgramBeforeIsDefinedAnew) {
+  GLErrorCapture errors;
+  RFpKeyer_ATI_fragment_shader node;
+  ASSERT_EQ(node.Bind(&context, 0, 0x100), 1);
+  node.Unbind(&context, 0, 0x100);
+  node.SetOutput(1);
+  {
+    const Refusal refusal;
+    EXPECT_EQ(node.Bind(&context, 0, 0x100), 0);
+  }
+  node.SetOutput(0);
+  const GLRecorder recorder;
+  EXPECT_EQ(node.Bind(&context, 0, 0x100), 1);
+  node.Unbind(&context, 0, 0x100);
+  EXPECT_EQ(recorder.Count("glBeginFragmentShaderATI"), 1);
 }
 
 }  // namespace
