@@ -6,16 +6,13 @@
 
 #include <cmath>
 
-#include "module/EntryPointrimage.h"
 #include "rbaselib/RArc.h"
-#include "rbaselib/RObjectRegistry.h"
 #include "support/OperatorFakes.h"
 
 namespace test {
 namespace {
 
 constexpr auto kIn = RImageOperator::kPlugInput;
-constexpr auto kOut = RImageOperator::kPlugOutput;
 
 RProperty& Property(RImOpBlend& op, const char* name) {
   RProperty* const property = op.FastFindPropertyByName(name);
@@ -34,20 +31,6 @@ void Set(RImOpBlend& op, const char* name, const RPropertyValue& value) {
 std::vector<int> Settings(RImOpBlend& op) {
   return {Int(op, "FuncRGB"),      Int(op, "FuncAlpha"),  Int(op, "AFactorRGB"),
           Int(op, "AFactorAlpha"), Int(op, "BFactorRGB"), Int(op, "BFactorAlpha")};
-}
-
-TEST(RImOpBlend, HasTwoInputsAndOneOutput) {
-  const auto op = Make<RImOpBlend>("mix");
-  ASSERT_EQ(op->GetNbPlugs(kIn), 2);
-  ASSERT_EQ(op->GetNbPlugs(kOut), 1);
-  EXPECT_STREQ(op->GetPlugName(0, kIn), "IN_0");
-  EXPECT_STREQ(op->GetPlugName(1, kIn), "IN_1");
-  EXPECT_STREQ(op->GetPlugName(0, kOut), "OUT_0");
-  for (const int i : {0, 1}) EXPECT_EQ(op->GetPlugImage(i, kIn), nullptr);
-  EXPECT_EQ(op->GetPlugImage(0, kOut), nullptr);
-  EXPECT_STREQ(op->ArcGetObjectId(), "mix");
-  EXPECT_STREQ(op->GetName(), "mix");
-  EXPECT_EQ(op->OperatorType(), 3);
 }
 
 TEST(RImOpBlend, StartsAsPresetA) {
@@ -90,27 +73,6 @@ TEST(RImOpBlend, HasNinePropertiesInOrder) {
   }
   EXPECT_EQ(op->FastFindPropertyByName("preset"), nullptr);
   EXPECT_EQ(op->FastFindPropertyByName("Gamma"), nullptr);
-}
-
-TEST(RImOpBlend, TheTableDescribesTheProperties) {
-  const auto op = Make<RImOpBlend>("mix");
-  const RImOpBlend::PropertyTable& table = RImOpBlend::GetPropertyTable();
-  ASSERT_EQ(table.size(), 9U);
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    EXPECT_EQ(&table[i].member(*op), op->GetProperty(static_cast<int>(i)));
-    EXPECT_EQ(op->GetProperty(static_cast<int>(i))->GetInfo(), &table[i].info);
-    EXPECT_EQ(table[i].animatable, kProperties[i].animatable);
-    EXPECT_FALSE(table[i].range.has_value());
-  }
-}
-
-TEST(RImOpBlend, OtherPropertiesCanBeAnimated) {
-  const auto op = Make<RImOpBlend>("mix");
-  const auto other = Make<RImOpBlend>("other");
-  RPropertyTemplate<int> foreign;
-  EXPECT_TRUE(op->IsAnimatableProperty(&foreign));
-  EXPECT_TRUE(op->IsAnimatableProperty(nullptr));
-  EXPECT_FALSE(op->IsAnimatableProperty(other->GetProperty(0))) << "of another object of the class";
 }
 
 // --- Texts.
@@ -370,7 +332,7 @@ TEST(RImOpBlend, ColourCountsEachComponentThatChanges) {
   EXPECT_EQ(op->GetUpdateId(), before + 3);
 }
 
-// --- Copies, persistence, identity.
+// --- Copies and persistence.
 
 void ExpectSameProperties(RImOpBlend& a, RImOpBlend& b) {
   for (int i = 0; i < a.GetPropertyCount(); ++i) {
@@ -431,41 +393,6 @@ TEST(RImOpBlend, TheNodeOfACloneFollows) {
   EXPECT_EQ(clone->GetUpdateId(), 2) << "two factors differ from a new node's";
 }
 
-TEST(RImOpBlend, IsStoredUnderItsName) {
-  const auto op = Make<RImOpBlend>("mix");
-  IArcStorable& face = *op;
-  EXPECT_STREQ(face.ArcGetObjectType(), "ImageOperator");
-  EXPECT_STREQ(face.ArcGetObjectSubType(), "RImOpBlend");
-}
-
-TEST(RImOpBlend, IsInTheClassTree) {
-  const auto op = Make<RImOpBlend>("mix");
-  EXPECT_STREQ(op->GetClassIdName(), "RImOpBlend");
-  EXPECT_EQ(RImOpBlend::ClassDefinition.GetParent(), &RImageOperator::ClassDefinition);
-  EXPECT_TRUE(op->Is(RImageOperator::ClassId));
-  EXPECT_TRUE(op->Is(RImOpBlend::ClassId));
-  EXPECT_EQ(op->GetClassSize(), static_cast<int>(sizeof(RImOpBlend)));
-}
-
-TEST(RImOpBlend, GenesisMakesAnOperatorNamedBlend) {
-  IObject* const face = RImOpBlend::Genesis(nullptr, "ignored", nullptr);
-  const RDestroyPtr<RObject> object(static_cast<RObject*>(face));
-  EXPECT_STREQ(object->GetName(), "Blend");
-  EXPECT_TRUE(object->Is(RImOpBlend::ClassId));
-}
-
-TEST(RImOpBlend, IsRegisteredWithTheHost) {
-  EntryPointrimage(kDllStart);
-  const auto effects = Object_GetRegistrations("ArcStorable/ImageOperator");
-  const auto found =
-      std::find_if(effects.begin(), effects.end(), [](const auto& row) { return row.name == "RImOpBlend"; });
-  ASSERT_NE(found, effects.end());
-  EXPECT_EQ(found->type, "Blend Effect");
-  EXPECT_EQ(found->factory, &RImOpBlend::Genesis);
-  EXPECT_TRUE(found->enabled);
-  EXPECT_EQ(found + 1, effects.end()) << "the last of the effects";
-}
-
 TEST(RImOpBlend, SettersKeepTheirOrder) {
   using Op = RImOpBlend;
   const std::vector<int> slots = {
@@ -474,20 +401,6 @@ TEST(RImOpBlend, SettersKeepTheirOrder) {
       VirtualSlot(&Op::AFactorAlphaSet), VirtualSlot(&Op::BFactorRGBSet), VirtualSlot(&Op::BFactorAlphaSet)};
   for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + 1);
   EXPECT_GT(slots.front(), VirtualSlot(&Op::GetPlugImageProvider));
-}
-
-TEST(RImOpBlend, AfterItsTeardownValuesAreOnlyStored) {
-  RImOpBlend op("embedded");
-  op.SetDeletable(false);
-  op.Destroy(0);
-  op.AlphaSet(30);
-  op.ColorSet({1, 2, 3});
-  op.FuncRGBSet(2);
-  EXPECT_EQ(op.GetUpdateId(), 0);
-  EXPECT_EQ(op.GetNbPlugs(kIn), 0);
-  RFpContext context;
-  EXPECT_EQ(op.ReadLock(&context, 0x40), 0);
-  op.Destroy(0);
 }
 
 TEST(RImOpBlend, WithoutOpenGLThereIsNoResult) {

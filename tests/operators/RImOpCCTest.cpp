@@ -10,9 +10,6 @@
 #include <vector>
 
 #include "fp/RFpCC_default.h"
-#include "module/EntryPointrimage.h"
-#include "rbaselib/RArc.h"
-#include "rbaselib/RObjectRegistry.h"
 #include "support/BlendFormula.h"
 #include "support/CorrectionFormula.h"
 #include "support/OperatorFakes.h"
@@ -61,19 +58,6 @@ class ProbeCC : public RImOpCC {
   using RImOpCC::RImOpCC;
   RFpCC_default& Node() { return dynamic_cast<RFpCC_default&>(*GetProcessingNode()); }
 };
-
-TEST(RImOpCC, HasOneInputAndOneOutput) {
-  const auto op = Make<RImOpCC>("correct");
-  ASSERT_EQ(op->GetNbPlugs(kIn), 1);
-  ASSERT_EQ(op->GetNbPlugs(kOut), 1);
-  EXPECT_STREQ(op->GetPlugName(0, kIn), "IN_0");
-  EXPECT_STREQ(op->GetPlugName(0, kOut), "OUT_0");
-  EXPECT_EQ(op->GetPlugImage(0, kIn), nullptr);
-  EXPECT_EQ(op->GetPlugImage(0, kOut), nullptr);
-  EXPECT_STREQ(op->ArcGetObjectId(), "correct");
-  EXPECT_STREQ(op->GetName(), "correct");
-  EXPECT_EQ(op->OperatorType(), 3);
-}
 
 struct PropertyRow {
   const char* name;
@@ -147,21 +131,6 @@ TEST(RImOpCC, DeclaresItsRangesKindByKind) {
   }
   expected.insert(expected.end(), {"Gamma", "MidPoint"});
   EXPECT_EQ(gDeclaredRanges, expected);
-}
-
-TEST(RImOpCC, TheTableDescribesTheProperties) {
-  const auto op = Make<RImOpCC>("correct");
-  const RImOpCC::PropertyTable& table = RImOpCC::GetPropertyTable();
-  ASSERT_EQ(table.size(), 31U);
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    EXPECT_EQ(&table[i].member(*op), op->GetProperty(static_cast<int>(i)));
-    EXPECT_EQ(op->GetProperty(static_cast<int>(i))->GetInfo(), &table[i].info);
-    EXPECT_EQ(table[i].animatable, kRows[i].animatable);
-    ASSERT_EQ(table[i].range.has_value(), kRows[i].hasRange);
-    if (!table[i].range) continue;
-    EXPECT_EQ(table[i].range->minimum, kRows[i].minimum);
-    EXPECT_EQ(table[i].range->maximum, kRows[i].maximum);
-  }
 }
 
 TEST(RImOpCC, StartsWithWhatTheNodeHolds) {
@@ -327,65 +296,6 @@ TEST(RImOpCC, SettersKeepTheirOrder) {
   ASSERT_EQ(slots.size(), 31U);
   EXPECT_GT(slots[0], VirtualSlot(&RImageOperator::GetPlugImageProvider));
   for (std::size_t i = 1; i < slots.size(); ++i) EXPECT_EQ(slots[i], slots[i - 1] + 1) << "function " << i;
-}
-
-// --- The object.
-
-TEST(RImOpCC, ACloneEqualsItsSource) {
-  const auto op = Make<ProbeCC>("correct");
-  for (int i = 0; i < 31; ++i) {
-    RProperty* const property = op->GetProperty(i);
-    if (property->GetInfo()->type == kPropertyBool) property->SetValue(true);
-    if (property->GetInfo()->type == kPropertyDouble) property->SetValue(0.3 + i / 64.0);
-    if (property->GetInfo()->type == kPropertyRGB) property->SetValue(RgeRGBVector(0.9, 0.5, 1.5 + i));
-  }
-  const RDestroyPtr<RImageOperator> clone(op->Clone());
-  auto* const copy = dynamic_cast<RImOpCC*>(clone.get());
-  ASSERT_NE(copy, nullptr);
-  EXPECT_STREQ(copy->ArcGetObjectId(), "correct");
-  EXPECT_EQ(Values(*copy), Values(*op));
-}
-
-TEST(RImOpCC, OtherPropertiesCanBeAnimated) {
-  const auto op = Make<RImOpCC>("correct");
-  RPropertyTemplate<int> foreign;
-  EXPECT_TRUE(op->IsAnimatableProperty(&foreign));
-  EXPECT_TRUE(op->IsAnimatableProperty(nullptr));
-}
-
-TEST(RImOpCC, IsInTheClassTree) {
-  const auto op = Make<RImOpCC>("correct");
-  EXPECT_STREQ(op->GetClassIdName(), "RImOpCC");
-  EXPECT_STREQ(op->ArcGetObjectSubType(), "RImOpCC");
-  EXPECT_STREQ(op->ArcGetObjectType(), "ImageOperator");
-  EXPECT_TRUE(op->Is(RImageOperator::ClassId));
-  EXPECT_FALSE(op->Is(RImOpCC::ClassId + 1000));
-  EXPECT_STREQ(RImOpCC::ClassDefinition.GetParent()->GetName(), "RImageOperator");
-}
-
-TEST(RImOpCC, GenesisMakesAnOperatorNamedCC) {
-  IObject* const face = RImOpCC::Genesis(nullptr, "ignored", nullptr);
-  ASSERT_NE(face, nullptr);
-  const RDestroyPtr<RImOpCC> op(dynamic_cast<RImOpCC*>(face));
-  ASSERT_NE(op, nullptr);
-  EXPECT_STREQ(op->ArcGetObjectId(), "CC");
-}
-
-TEST(RImOpCC, AfterItsTeardownValuesAreOnlyStored) {
-  RImOpCC op("embedded");
-  op.SetDeletable(false);
-  op.Destroy(0);
-  op.GammaSet(10);
-  op.BlackSet({2, 2, 2});
-  op.GainSet({7, 8, 9});
-  op.ContrastSet(9);
-  op.HueSet(9);
-  op.NegativeSet(true);
-  EXPECT_EQ(op.GetUpdateId(), 0);
-  EXPECT_EQ(op.GetNbPlugs(kIn), 0);
-  RFpContext context;
-  EXPECT_EQ(op.ReadLock(&context, kFormRawMask), 0);
-  op.Destroy(0);
 }
 
 // --- Results on the processor, where no OpenGL is needed.

@@ -9,9 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "module/EntryPointrimage.h"
 #include "rbaselib/RArc.h"
-#include "rbaselib/RObjectRegistry.h"
 #include "support/OperatorFakes.h"
 
 namespace test {
@@ -61,21 +59,7 @@ std::vector<float> Numbers(const RFpKeyer& node) {
 
 const std::vector<float> kReset = {0, 0, 0, 0.2F, 0.28F, 0.68F, 1, 0, 0, 0, 0, 0, 0};
 
-// --- Plugs and properties of a new operator.
-
-TEST(RImOpKeyer, HasTwoInputsAndOneOutput) {
-  const auto op = Make<RImOpKeyer>("key");
-  ASSERT_EQ(op->GetNbPlugs(kIn), 2);
-  ASSERT_EQ(op->GetNbPlugs(kOut), 1);
-  EXPECT_STREQ(op->GetPlugName(0, kIn), "IN_0");
-  EXPECT_STREQ(op->GetPlugName(1, kIn), "IN_1");
-  EXPECT_STREQ(op->GetPlugName(0, kOut), "OUT_0");
-  for (const int i : {0, 1}) EXPECT_EQ(op->GetPlugImage(i, kIn), nullptr);
-  EXPECT_EQ(op->GetPlugImage(0, kOut), nullptr);
-  EXPECT_STREQ(op->ArcGetObjectId(), "key");
-  EXPECT_STREQ(op->GetName(), "key");
-  EXPECT_EQ(op->OperatorType(), 3);
-}
+// --- Properties of a new operator.
 
 struct PropertyRow {
   const char* name;
@@ -107,27 +91,6 @@ TEST(RImOpKeyer, HasElevenPropertiesInOrderWithoutRanges) {
   }
   EXPECT_EQ(op->FastFindPropertyByName("mode"), nullptr);
   EXPECT_EQ(op->FastFindPropertyByName("Mask"), nullptr);
-}
-
-TEST(RImOpKeyer, TheTableDescribesTheProperties) {
-  const auto op = Make<RImOpKeyer>("key");
-  const RImOpKeyer::PropertyTable& table = RImOpKeyer::GetPropertyTable();
-  ASSERT_EQ(table.size(), 11U);
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    EXPECT_EQ(&table[i].member(*op), op->GetProperty(static_cast<int>(i)));
-    EXPECT_EQ(op->GetProperty(static_cast<int>(i))->GetInfo(), &table[i].info);
-    EXPECT_EQ(table[i].animatable, kRows[i].animatable);
-    EXPECT_FALSE(table[i].range.has_value());
-  }
-}
-
-TEST(RImOpKeyer, OtherPropertiesCanBeAnimated) {
-  const auto op = Make<RImOpKeyer>("key");
-  const auto other = Make<RImOpKeyer>("other");
-  RPropertyTemplate<int> foreign;
-  EXPECT_TRUE(op->IsAnimatableProperty(&foreign));
-  EXPECT_TRUE(op->IsAnimatableProperty(nullptr));
-  EXPECT_FALSE(op->IsAnimatableProperty(other->GetProperty(0))) << "of another object of the class";
 }
 
 TEST(RImOpKeyer, StartsWithWhatTheResetNodeHolds) {
@@ -299,7 +262,7 @@ TEST(RImOpKeyer, AnyOutputIsHeld) {
   }
 }
 
-// --- Copies, persistence, identity.
+// --- Copies and persistence.
 
 using Change = void (*)(RImOpKeyer&);
 
@@ -365,59 +328,6 @@ TEST(RImOpKeyer, ARecordHasOneLineForEachProperty) {
       arc.GetText(),
       "Mode 0\nOutput 0\nInvertMatte true\nKey 0.125 0.75 0.25\nThreshold 25\nSoftness 0\nSuppression 0\n"
       "LeftMask 0\nRightMask 0\nBottomMask 0\nTopMask 0\n");
-}
-
-TEST(RImOpKeyer, IsStoredUnderItsName) {
-  const auto op = Make<RImOpKeyer>("key");
-  IArcStorable& face = *op;
-  EXPECT_STREQ(face.ArcGetObjectType(), "ImageOperator");
-  EXPECT_STREQ(face.ArcGetObjectSubType(), "RImOpKeyer");
-}
-
-TEST(RImOpKeyer, IsInTheClassTree) {
-  const auto op = Make<RImOpKeyer>("key");
-  EXPECT_STREQ(op->GetClassIdName(), "RImOpKeyer");
-  EXPECT_EQ(RImOpKeyer::ClassDefinition.GetParent(), &RImageOperator::ClassDefinition);
-  EXPECT_TRUE(op->Is(RImageOperator::ClassId));
-  EXPECT_TRUE(op->Is(RImOpKeyer::ClassId));
-  EXPECT_EQ(op->GetClassSize(), static_cast<int>(sizeof(RImOpKeyer)));
-}
-
-TEST(RImOpKeyer, GenesisMakesAnOperatorNamedKeyer) {
-  IObject* const face = RImOpKeyer::Genesis(nullptr, "ignored", nullptr);
-  const RDestroyPtr<RObject> object(static_cast<RObject*>(face));
-  EXPECT_STREQ(object->GetName(), "Keyer");
-  EXPECT_TRUE(object->Is(RImOpKeyer::ClassId));
-}
-
-TEST(RImOpKeyer, IsRegisteredWithTheHostAsTheFirstEffect) {
-  EntryPointrimage(kDllStart);
-  const auto effects = Object_GetRegistrations("ArcStorable/ImageOperator");
-  ASSERT_EQ(effects.size(), 3U);
-  EXPECT_EQ(effects[0].name, "RImOpKeyer");
-  EXPECT_EQ(effects[0].type, "Keyer Effect");
-  EXPECT_EQ(effects[0].factory, &RImOpKeyer::Genesis);
-  EXPECT_TRUE(effects[0].enabled);
-  EXPECT_EQ(effects[0].data, nullptr);
-  EXPECT_EQ(effects[0].reserved, nullptr);
-}
-
-TEST(RImOpKeyer, AfterItsTeardownValuesAreOnlyStored) {
-  RImOpKeyer op("embedded");
-  op.SetDeletable(false);
-  const RProperty& threshold = Property(op, "Threshold");
-  op.Destroy(0);
-  op.ThresholdSet(300);
-  op.LeftMaskSet(-5);
-  op.KeySet({1, 2, 3});
-  op.ModeSet(2);
-  op.InvertMatteSet(true);
-  EXPECT_EQ(threshold.GetText(), "300");
-  EXPECT_EQ(op.GetUpdateId(), 0);
-  EXPECT_EQ(op.GetNbPlugs(kIn), 0);
-  RFpContext context;
-  EXPECT_EQ(op.ReadLock(&context, kFormRawMask), 0);
-  op.Destroy(0);
 }
 
 // --- Results on the processor, where no OpenGL is needed. The numbers are worked out by hand.
