@@ -221,6 +221,10 @@ INSTANTIATE_TEST_SUITE_P(All, RFpKeyerKernelsTest,
                                   std::to_string(std::get<1>(row.param));
                          });
 
+TEST(RFpKeyerKernels, TheFastestIsTaken) {
+  EXPECT_EQ(&RFpGetKeyerKernels(), Implementations().back().kernels);
+}
+
 // An inverted key lets colours vanish where nothing is kept, and not before.
 TEST(RFpKeyerKernels, InvertedColoursStayAsLongAsTheirAlphaIsAboveZero) {
   for (const Implementation& implementation : Implementations()) {

@@ -6,6 +6,7 @@
 
 #include <sstream>
 
+#include "support/FakeEntryPoints.h"
 #include "support/GLTest.h"
 #include "support/KeyerFormula.h"
 
@@ -70,6 +71,25 @@ TEST_F(RFpKeyer_ATI_fragment_shaderTest, DefinesItsShaderOncePerProgramAndSendsC
     EXPECT_EQ(bind(), std::pair(1, 4));
     EXPECT_EQ(bind(), std::pair(0, 4));
   }
+}
+
+TEST_F(RFpKeyer_ATI_fragment_shaderTest, EveryNodeDrawsWithItsOwnShader) {
+  RFpKeyer_ATI_fragment_shader nodes[2];
+  nodes[1].SetOutput(1);
+  // Returns the last shader that a bind made the current one.
+  const auto bound = [&](RFpKeyer& node) {
+    const GLRecorder recorder;
+    EXPECT_EQ(node.Bind(&context, 0, 0x100), 1);
+    node.Unbind(&context, 0, 0x100);
+    const std::string calls = recorder.Text({"glBindFragmentShaderATI", "glEnable"});
+    EXPECT_TRUE(calls.ends_with(")\nglEnable(GL_FRAGMENT_SHADER_ATI)\n")) << calls;
+    return calls.substr(calls.rfind("glBindFragmentShaderATI"));
+  };
+  const std::string first = bound(nodes[0]);
+  const std::string second = bound(nodes[1]);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(bound(nodes[0]), first) << "which is defined already";
+  EXPECT_EQ(bound(nodes[1]), second);
 }
 
 // What the hardware promises: eight instructions in a pass, constants of 0..1; and a texture unit for each
@@ -141,6 +161,18 @@ TEST_F(RFpKeyer_ATI_fragment_shaderTest, AfterARefusalTheProgramBeforeIsDefinedA
   EXPECT_EQ(node.Bind(&context, 0, 0x100), 1);
   node.Unbind(&context, 0, 0x100);
   EXPECT_EQ(recorder.Count("glBeginFragmentShaderATI"), 1);
+}
+
+TEST_F(RFpKeyer_ATI_fragment_shaderTest, WithoutOneOfItsFunctionsItFailsToBind) {
+  for (const char* const name : kFpATIFragmentShaderNames) {
+    FakeEntryPoints driver;
+    driver.missing = {name};
+    const GLRecorder recorder;
+    RFpKeyer_ATI_fragment_shader node;
+    EXPECT_EQ(node.Bind(&context, 0, 0x100), 0) << name;
+    EXPECT_EQ(node.Bind(&context, 0, 0x40000), 1) << name;
+    EXPECT_EQ(recorder.Count("glEnable"), 0);
+  }
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/FakeEntryPoints.h"
 #include "support/GLTest.h"
 #include "support/KeyerFormula.h"
 #include "support/NVProgramCalls.h"
@@ -251,6 +252,19 @@ TEST_F(RFpKeyer_NV_fragment_programTest, ATextThatTheDriverRefusesLeavesTheNode)
   const RFpKeyer_NV_fragment_program node;
   EXPECT_EQ(glGetError(), 0U) << "errors of the load are discarded";
   EXPECT_EQ(LiveGLObjects(), "ProgramNV: 12\n");
+}
+
+TEST_F(RFpKeyer_NV_fragment_programTest, WithoutOneOfItsFunctionsItFailsToBind) {
+  for (const char* const name : {"glLoadProgramNV", "glGenProgramsNV", "glDeleteProgramsNV",
+                                 "glBindProgramNV", "glProgramNamedParameter4fNV"}) {
+    FakeEntryPoints driver;
+    driver.missing = {name};
+    const GLRecorder recorder;
+    RFpKeyer_NV_fragment_program node;
+    EXPECT_EQ(node.Bind(&context, 0, 0x40), 0) << name;
+    EXPECT_EQ(node.Bind(&context, 0, 0x40000), 1) << name;
+    EXPECT_EQ(recorder.Count("glEnable"), 0);
+  }
 }
 
 // --- What the texts compute, by an interpreter of their language.

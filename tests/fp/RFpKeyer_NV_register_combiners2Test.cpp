@@ -6,6 +6,7 @@
 
 #include <sstream>
 
+#include "support/FakeEntryPoints.h"
 #include "support/GLTest.h"
 #include "support/KeyerFormula.h"
 
@@ -135,6 +136,19 @@ TEST_F(RFpKeyer_NV_register_combiners2Test, WithTooFewCombinersBindFails) {
     EXPECT_EQ(node.Bind(&context, 0, 0x40), bound) << combiners;
     node.Unbind(&context, 0, 0x40);
     EXPECT_EQ(node.Bind(&context, 0, 0x1000), 1);
+  }
+}
+
+TEST_F(RFpKeyer_NV_register_combiners2Test, WithoutOneOfItsFunctionsItFailsToBind) {
+  for (const char* const name : {"glCombinerStageParameterfvNV", "glCombinerParameteriNV",
+                                 "glCombinerInputNV", "glCombinerOutputNV", "glFinalCombinerInputNV"}) {
+    FakeEntryPoints driver;
+    driver.missing = {name};
+    const GLRecorder recorder;
+    RFpKeyer_NV_register_combiners2 node;
+    EXPECT_EQ(node.Bind(&context, 0, 0x40), 0) << name;
+    EXPECT_EQ(node.Bind(&context, 0, 0x40000), 1) << name;
+    EXPECT_EQ(recorder.Count("glEnable"), 0);
   }
 }
 

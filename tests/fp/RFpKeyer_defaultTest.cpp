@@ -243,9 +243,14 @@ TEST(RFpKeyer_default, MasksRoundToTheNearestPixel) {
     float fraction;
     const char* left;
     const char* right;
-  } rows[] = {{0.04F, "##########\n", "##########\n"}, {0.06F, ".#########\n", "#########.\n"},
-              {0.14F, ".#########\n", "#########.\n"}, {0.16F, "..########\n", "########..\n"},
-              {0.94F, ".........#\n", "#.........\n"}, {0.96F, "..........\n", "..........\n"}};
+  } rows[] = {{0.04F, "##########\n", "##########\n"},
+              {0.06F, ".#########\n", "#########.\n"},
+              {0.14F, ".#########\n", "#########.\n"},
+              {0.16F, "..########\n", "########..\n"},
+              // As many pixels at either side, also of a half.
+              {0.25F, "...#######\n", "#######...\n"},
+              {0.94F, ".........#\n", "#.........\n"},
+              {0.96F, "..........\n", "..........\n"}};
   for (const auto& row : rows) {
     RFpKeyer_default left;
     left.SetMask(0, row.fraction);
@@ -387,6 +392,9 @@ TEST(RFpKeyer_default, WithoutATargetNothingIsDrawn) {
   RFpKeyer_default node;
   EXPECT_EQ(node.Bind(&context, 0, 0x40000), 1);
   node.Draw(&context, 0, 0x40000, 4, 4);
+  context.target = source.pixels;
+  context.target.bits = nullptr;
+  node.Draw(&context, 0, 0x40000, 4, 4);
   EXPECT_EQ(node.Bind(nullptr, 0, 0x40000), 1);
   node.Draw(nullptr, 0, 0x40000, 4, 4);
   node.Unbind(nullptr, 0, 0x40000);
@@ -445,6 +453,46 @@ INSTANTIATE_TEST_SUITE_P(
                     // 5 bits each: red 31, green 0, blue 16, of which the converter keeps 4.
                     LayoutRow{"RGB555", GL_RGB, {0x10, 0x7C}, {240, 0, 128, 255}}),
     [](const auto& row) { return row.param.name; });
+
+// Longer rows than are brought to RGBA at a time, behind a mask.
+TEST(RFpKeyer_default, RowsOfOtherLayoutsAreKeyedFromEndToEnd) {
+  Memory rgba(3000, 2, 0);
+  Memory bgra(3000, 2, 1, GL_BGRA);
+  FillNoise(rgba, 5);
+  for (int y = 0; y < 2; ++y) {
+    for (int x = 0; x < 3000; ++x) {
+      const unsigned char* const p = rgba.At(x, y);
+      const Bytes swapped = {p[2], p[1], p[0], p[3]};
+      std::copy(swapped.begin(), swapped.end(), bgra.At(x, y));
+    }
+  }
+  RFpKeyer_default node;
+  node.SetThreshold(0.3F);
+  node.SetSoftness(0.8F);
+  node.SetMask(0, 0.01F);
+  Memory expected(3000, 2, 0);
+  Memory target(3000, 2, 0);
+  ASSERT_EQ(DrawInMemory(node, {&rgba}, expected), 1);
+  ASSERT_EQ(DrawInMemory(node, {&bgra}, target), 1);
+  EXPECT_EQ(target.bytes, expected.bytes);
+}
+
+TEST(RFpKeyer_default, BothFormsOfTheProcessorKeyMemory) {
+  Memory source(5, 3, 0);
+  FillNoise(source, 5);
+  Memory targets[] = {{5, 3, 0}, {5, 3, 0}};
+  const int forms[] = {0x40000, 0x80000};
+  RFpKeyer_default node;
+  for (const std::size_t i : {0U, 1U}) {
+    RFpContext context;
+    context.sources[0] = source.pixels;
+    context.target = targets[i].pixels;
+    ASSERT_EQ(node.Bind(&context, 0, forms[i]), 1);
+    node.Draw(&context, 0, forms[i], 5, 3);
+  }
+  EXPECT_NE(targets[0].bytes, Memory(5, 3, 0).bytes);
+  EXPECT_EQ(targets[1].bytes, targets[0].bytes);
+}
 
 TEST(RFpKeyer_default, AChangeShowsInTheNextDraw) {
   Memory source(64, 1, 0);
