@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""Compares docs/formats.md with the tool. Usage: formats_page.py TOOL ROOT WORK"""
+"""Compares docs/formats.md and the pages of the formats with the tool. Usage: formats_page.py TOOL ROOT WORK
+
+Each page of docs/formats has a table of damaged files; format_faults.py makes them, and the tool must answer as told.
+"""
 import json
 import os
 import pathlib
@@ -8,7 +11,12 @@ import shutil
 import subprocess
 import sys
 
+sys.dont_write_bytecode = True
+from format_faults import FAULTS  # noqa: E402
+
 CUT = 900
+INDEX = "| Extension | Page | Read by | Written by | Alpha in the file that is written |"
+DAMAGE = "| File | Exit code | Message, or what comes of it |"
 
 
 def rows_after(page, header):
@@ -30,9 +38,10 @@ def registered(tool):
             for entry in formats["readers"]} | {extension: ("-", by) for extension, by in writers.items()}
 
 
-def result(tool, folder, *arguments):
+def result(tool, folder, *arguments, environment=None):
     """Returns the exit code and the message of a run."""
-    done = subprocess.run([tool, *arguments], cwd=folder, capture_output=True, text=True, env=dict(os.environ, LC_ALL="C"))
+    done = subprocess.run([tool, *arguments], cwd=folder, capture_output=True, text=True,
+                          env=dict(os.environ, LC_ALL="C", **(environment or {})))
     return done.returncode, done.stderr
 
 
@@ -83,9 +92,41 @@ def check_cut_files(tool, folder, page, samples):
         if (samples / name).stat().st_size <= CUT:
             yield f"{name} is no longer than what is left of it"
         got, text = result(tool, folder, "info", f"cut-{name}")
-        fits = got == 0 and not text if outcome.startswith("read") else got == 3 and outcome.strip("`") in text
-        if not fits:
+        if not fits(outcome, 0 if outcome.startswith("read") else 3, got, text):
             yield f"{name} after {CUT} bytes: exit code {got}, {text.strip()}"
+
+
+def fits(outcome, expected_code, code, text):
+    """Whether an exit code and a message are as told; words without a message mean that there is none."""
+    message = re.search(r"`(.+?)`", outcome)
+    return code == int(expected_code) and (message.group(1) in text if message else not text)
+
+
+def check_page(tool, folder, page, faults, samples):
+    """Compares the table of damaged files in a page with what the tool says about them."""
+    told = rows_after(page.read_text(), DAMAGE)
+    if {row[0] for row in told} != set(faults):
+        yield f"{page.name} and format_faults.py tell different files: {sorted({row[0] for row in told} ^ set(faults))}"
+        return
+    for number, (what, code, outcome) in enumerate(told):
+        fault = faults[what]
+        name = f"{page.stem}-{number}.{fault.extension}"
+        (folder / name).write_bytes(fault.make(samples))
+        got, text = result(tool, folder, *(part.format(file=name) for part in fault.arguments), environment=fault.environment)
+        if not fits(outcome, code, got, text):
+            yield f"{page.name}: {what}: exit code {got}, {text.strip()}"
+
+
+def check_pages(tool, root, folder, index):
+    """Every format has a page that the index names, and every page is about a format."""
+    files = {path.name: path for folder in (root / "samples", *(root / "tests/data").iterdir()) if folder.is_dir()
+             for path in folder.iterdir()}
+    pages = {page.stem: page for page in (root / "docs/formats").glob("*.md")}
+    linked = {re.search(r"\(formats/(\w+)\.md\)", row[1]).group(1) for row in rows_after(index, INDEX)}
+    if not pages.keys() == linked == FAULTS.keys():
+        yield f"pages {sorted(pages)}, in the index {sorted(linked)}, with damaged files {sorted(FAULTS)}"
+    for name, page in sorted(pages.items()):
+        yield from check_page(tool, folder, page, FAULTS.get(name, {}), lambda sample: files[sample].read_bytes())
 
 
 def main():
@@ -93,16 +134,16 @@ def main():
     page = (root / "docs/formats.md").read_text()
     shutil.rmtree(work, ignore_errors=True)
     prepare(work, root / "samples")
-    told = {row[0]: (row[1], row[2])
-            for row in rows_after(page, "| Extension | Read by | Written by | Alpha in the file that is written |")}
+    told = {row[0]: (row[2], row[3]) for row in rows_after(page, INDEX)}
     faults = [f"{extension}: told {told.get(extension)}, registered {registered(tool).get(extension)}"
               for extension in sorted(told.keys() | registered(tool).keys())
               if told.get(extension) != registered(tool).get(extension)]
     faults += check_refusals(tool, work, page)
     faults += check_cut_files(tool, work, page, root / "samples")
+    faults += check_pages(tool, root, work, page)
     for fault in faults:
         print(re.sub(r"\s+", " ", fault))
-    print(f"{len(told)} extensions, {len(faults)} faults")
+    print(f"{len(told)} extensions, {sum(map(len, FAULTS.values()))} damaged files, {len(faults)} faults")
     return 1 if faults else 0
 
 
