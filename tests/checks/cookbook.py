@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Runs the recipes of docs/cookbook.md. Usage: cookbook.py TOOL ROOT WORK
+"""Runs the recipes of docs/cookbook.md and the commands of other pages. Usage: cookbook.py TOOL ROOT WORK [PAGE...]
 
 Each block of shell commands runs in a folder of its own under WORK, which has samples/ and an empty out/. It must end with
 exit code 0, or with the one that a comment "# exit code N" at the end of its last line tells, and every file out/NAME that
-it names must be there then. All pictures in out/ must be readable, and together the recipes use every sub-command.
+it names must be there then. All pictures in out/ must be readable, and together the recipes use every sub-command. The blocks of another page run one after
+the other in one folder.
 """
 import os
 import pathlib
@@ -42,8 +43,9 @@ def commands_of(tool):
 
 def run(block, folder, environment):
     """Runs a block. Returns what is wrong, or an empty string."""
-    (folder / "out").mkdir(parents=True)
-    shutil.copytree(environment["SAMPLES"], folder / "samples")
+    if not folder.exists():
+        (folder / "out").mkdir(parents=True)
+        shutil.copytree(environment["SAMPLES"], folder / "samples")
     try:
         done = subprocess.run(["sh", "-eu", "-c", block], cwd=folder, env=environment, timeout=SECONDS,
                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
@@ -63,7 +65,7 @@ def unreadable(tool, folder, extensions):
 
 
 def main():
-    tool, root, work = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
+    tool, root, work, *pages = (pathlib.Path(argument).resolve() for argument in sys.argv[1:])
     page = (root / "docs/cookbook.md").read_text()
     shutil.rmtree(work, ignore_errors=True)
     (work / "bin").mkdir(parents=True)
@@ -71,10 +73,13 @@ def main():
     environment = dict(os.environ, PATH=f"{work / 'bin'}:{os.environ['PATH']}", SAMPLES=str(root / "samples"), LC_ALL="C")
 
     recipes = [(title, block) for title, text in RECIPE.findall(page) for block in BLOCK.findall(text)]
-    failures = []
-    for number, (title, block) in enumerate(recipes):
+    blocks = [(f"{number:02}", title, block) for number, (title, block) in enumerate(recipes)]
+    for other in pages:
+        blocks += [(other.stem, other.name, block) for block in BLOCK.findall(other.read_text())]
+    failures = [f"{other.name} has no commands" for other in pages if not BLOCK.search(other.read_text())]
+    for folder, title, block in blocks:
         started = time.monotonic()
-        failure = run(block, work / f"{number:02}", environment)
+        failure = run(block, work / folder, environment)
         print(f"{time.monotonic() - started:5.1f} s  {title}{': ' + failure if failure else ''}")
         if failure:
             failures.append(title)
@@ -87,7 +92,7 @@ def main():
     unused = [name for name in commands_of(tool) if name not in used]
     if unused:
         failures.append(f"no recipe for {', '.join(unused)}")
-    print(f"{len(recipes)} recipes, {len(failures)} failures")
+    print(f"{len(recipes)} recipes, {len(blocks) - len(recipes)} other blocks, {len(failures)} failures")
     for failure in failures:
         print(f"FAILED: {failure}")
     return 1 if failures else 0
