@@ -95,7 +95,7 @@ StereoPixel ExpectedStereoPixel(const StereoSettings& settings, const Picture& l
 }
 
 testing::AssertionResult IsStereo(const StereoSettings& settings, const Picture& left, const Picture& right,
-                                  const Picture& result, double tolerance) {
+                                  const Picture& result, double tolerance, double* largest) {
   if (result.width != settings.width || result.height != settings.height)
     return testing::AssertionFailure() << "the size is " << result.width << " x " << result.height;
   double worst = 0;
@@ -108,6 +108,7 @@ testing::AssertionResult IsStereo(const StereoSettings& settings, const Picture&
       for (std::size_t i = 0; expected.isKnown && i < 4; ++i) {
         const double error = std::abs(actual[i] - std::round(expected.rgba[i]));
         worst = std::max(worst, error);
+        if (largest) *largest = std::max(*largest, std::abs(actual[i] - expected.rgba[i]));
         if (error <= tolerance) continue;
         return testing::AssertionFailure() << "channel " << i << " at (" << x << ", " << y << ") is "
                                            << int{actual[i]} << " instead of " << expected.rgba[i];

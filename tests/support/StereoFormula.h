@@ -33,8 +33,9 @@ StereoPixel ExpectedStereoPixel(const StereoSettings& settings, const Picture& l
                                 int x, int y);
 
 /// Compares a picture, the bottom row first, with the formula's values rounded to bytes; no channel may
-/// differ by more than `tolerance`.
+/// differ by more than `tolerance`. `largest` is raised to the largest difference from the formula's values
+/// as they are, in 255ths.
 testing::AssertionResult IsStereo(const StereoSettings& settings, const Picture& left, const Picture& right,
-                                  const Picture& result, double tolerance = 1);
+                                  const Picture& result, double tolerance = 1, double* largest = nullptr);
 
 }  // namespace test

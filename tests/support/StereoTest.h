@@ -95,8 +95,9 @@ class StereoTest : public GLTest {
   }
   /// Whether a picture is what a call makes of the eyes, on black that shows nothing unless `settings` say
   /// more.
-  testing::AssertionResult Shows(const StereoCall& call, const Picture& picture, double tolerance = 1) const {
-    return IsStereo(SettingsOf(call), mLeft, mRight, picture, tolerance);
+  testing::AssertionResult Shows(const StereoCall& call, const Picture& picture, double tolerance = 1,
+                                 double* largest = nullptr) const {
+    return IsStereo(SettingsOf(call), mLeft, mRight, picture, tolerance, largest);
   }
 
   WarningKeeper mWarnings;
