@@ -8,27 +8,13 @@ server=
 trap '[ -z "$server" ] || { kill "$server"; wait "$server"; } 2>/dev/null; rm -rf "$folder"' EXIT
 mkfifo "$folder/number"
 
-# run_on DISPLAY COMMAND...: the command's exit status; what it says on standard error is kept in a file too.
+# run_on DISPLAY COMMAND...
 run_on() {
-  { DISPLAY=$1 QT_QPA_PLATFORM=xcb "${@:2}" 2>&1 >&3 | tee "$folder/errors" >&2; } 3>&1
-  return "${PIPESTATUS[0]}"
-}
-
-# The leak checker looks into every thread at exit, and can itself crash while a driver's thread ends. It then says
-# nothing about the program, which gets a second run; a crash or a finding of the program is reported at once.
-run_checked_on() {
-  local status=0
-  run_on "$@" || status=$?
-  if [ "$status" -ne 0 ] && grep -q 'LeakSanitizer has encountered a fatal error' "$folder/errors"; then
-    echo "with_display: the leak checker crashed; once more" >&2
-    run_on "$@"
-    return
-  fi
-  return "$status"
+  DISPLAY=$1 QT_QPA_PLATFORM=xcb "$(dirname "$0")/leak_checked.sh" "${@:2}"
 }
 
 if [ -n "${RIMAGE_TEST_DISPLAY:-}" ]; then
-  run_checked_on "$RIMAGE_TEST_DISPLAY" "$@"
+  run_on "$RIMAGE_TEST_DISPLAY" "$@"
   exit
 fi
 
@@ -47,4 +33,4 @@ if [ -z "$number" ]; then
   cat "$folder/log" >&2
   exit 1
 fi
-run_checked_on ":$number" "$@"
+run_on ":$number" "$@"
