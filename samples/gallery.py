@@ -407,7 +407,8 @@ def page_html(gallery):
     parts += [f"<li>{column['name']}: {html.escape(column['title'])}" for column in gallery["columns"]]
     parts += ["</ul>", summary_html(gallery)]
     for effect in gallery["effects"]:
-        parts.append(f"<h2 id=\"{effect['name']}\">{effect['name']}</h2><p>Drawn from:</p>")
+        parts.append(f"<h2 id=\"{effect['name']}\">{effect['name']}</h2><p>Each row once: <a href=\"{effect['name']}/sheet.png\">sheet.png</a>. "
+                     "Drawn from:</p>")
         parts += [f"<img src=\"{picture}\">" for picture in effect["inputs"]]
         parts.append("<div class=table><table><tr><th>" + "".join(f"<th>{column['name']}" for column in gallery["columns"]))
         for row in effect["rows"]:

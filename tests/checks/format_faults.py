@@ -196,6 +196,8 @@ FAULTS = {page: repeated(values) for page, values in {
         "1025 rows": ilbm(in_header(2, b"\x04\x01")),
         "a chunk that leads out of the file": after(ilbm(with_a_note), lambda data: data.replace(
             b"ANNO\0\0\0\x04", b"ANNO\0\0\x40\0")),
+        "a pad byte before BODY": after(ilbm(with_a_note), lambda data: data.replace(
+            b"ANNO\0\0\0\x04text", b"ANNO\0\0\0\x03tex\0")),
         "ends within the rows": after(ilbm(), lambda data: data[:-1]),
         "no rows": ilbm(in_header(2, b"\0\0")),
         "a chunk of another kind": ilbm(with_a_note),
