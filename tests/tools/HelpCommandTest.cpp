@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QImage>
 #include <QRegularExpression>
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <set>
@@ -156,6 +158,17 @@ TEST(Help, TheManualPageIsWellFormed) {
   EXPECT_THAT(result.output, HasSubstr("rimage stereo [OPTIONS] LEFT RIGHT OUT"));
 }
 
+// Of a keyed picture a good part is gone and a good part is left, with soft edges between them.
+void ExpectKeyed(const QImage& image) {
+  const test::Pixels pixels = test::PixelsOf(image);
+  const auto part = [&](auto isOne) {
+    return static_cast<double>(std::ranges::count_if(pixels, isOne)) / static_cast<double>(pixels.size());
+  };
+  EXPECT_GT(part([](QRgb pixel) { return qAlpha(pixel) == 0; }), 0.2);
+  EXPECT_GT(part([](QRgb pixel) { return qAlpha(pixel) == 255; }), 0.2);
+  EXPECT_GT(part([](QRgb pixel) { return qAlpha(pixel) % 255 != 0; }), 0.01);
+}
+
 TEST(Help, EveryExampleWorks) {
   const test::TemporaryFolder folder;
   for (const auto& entry : fs::directory_iterator(RIMAGE_SAMPLES)) {
@@ -185,6 +198,7 @@ TEST(Help, EveryExampleWorks) {
   for (const char* name : {"waves.tga", "field.png", "level.png", "shot.0012.png", "small.0011.jpg",
                            "heat.png", "sheet.png", "over.png", "bright.png", "again.png", "frame.png"})
     EXPECT_FALSE(test::Load(folder.Path(name)).isNull()) << name;
+  ExpectKeyed(test::Load(folder.Path("keyed.png")));
 }
 
 }  // namespace

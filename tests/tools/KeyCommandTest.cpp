@@ -162,7 +162,7 @@ TEST_P(KeyOnDriver, TheBackEndIsNamed) {
 INSTANTIATE_TEST_SUITE_P(Drivers, KeyOnDriver, testing::ValuesIn(kDrivers),
                          [](const auto& row) { return row.param.name; });
 
-// What the example of the help shows.
+// A pure colour of about the hue goes whole, and another stays.
 TEST_F(KeyCommand, AGreenPixelGoesAndARedOneStays) {
   test::Save(test::MakeImage(2, {0xFF00FF00, 0xFFFF0000}), In());
   for (const char* mode : {"--gpu=auto", "--gpu=never"}) {
