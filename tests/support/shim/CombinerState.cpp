@@ -345,7 +345,7 @@ void ProgramWriter::Final() {
   map(4);
   map(5);
   mText << "MUL product, ef, ff;\n";
-  for (const std::size_t i : {0, 1, 2, 3, 6}) map(i);
+  for (const std::size_t i : {0U, 1U, 2U, 3U, 6U}) map(i);
   mText << "LRP bf, af, bf, cf;\nADD bf, bf, df;\nMOV bf.w, gf;\n"
         << (mSurroundings.clamps ? "MOV_SAT" : "MOV") << " result.color, bf;\n";
 }
