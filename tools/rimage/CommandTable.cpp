@@ -1,5 +1,6 @@
 #include "CommandTable.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <sstream>
 

@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 void AddReadOptions(CLI::App& app, ReadOptions& options) {
   constexpr std::uint64_t kMiB = 1024ULL * 1024ULL;

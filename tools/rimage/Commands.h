@@ -1,11 +1,11 @@
 // The sub-commands: one file each.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "CommandLineFwd.h"
 #include "Failure.h"
 #include "Host.h"
 #include "PictureFile.h"

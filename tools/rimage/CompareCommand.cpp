@@ -1,5 +1,6 @@
 // rimage compare: whether two pictures are the same, and where they are not.
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <QImage>
 #include <algorithm>

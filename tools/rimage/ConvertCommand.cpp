@@ -1,4 +1,5 @@
 // rimage convert: one picture file to another, with operations in between.
+#include <CLI/CLI.hpp>
 #include <map>
 #include <memory>
 

@@ -1,6 +1,7 @@
 // rimage doctor: what this machine offers to the tool.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <CLI/CLI.hpp>
 
 #include <QLibraryInfo>
 #include <array>

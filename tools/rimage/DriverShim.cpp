@@ -2,6 +2,7 @@
 
 #ifdef RIMAGE_GL_SHIM_LIBRARY
 #include <unistd.h>
+#include <CLI/CLI.hpp>
 
 #include <array>
 #include <cerrno>

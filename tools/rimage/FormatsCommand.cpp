@@ -1,6 +1,7 @@
 // rimage formats: what can be read and written.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <CLI/CLI.hpp>
 
 #include <memory>
 #include <nlohmann/json.hpp>

@@ -1,12 +1,12 @@
 // Where drawing with OpenGL can happen.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "CommandLineFwd.h"
 #include "PrivateDisplay.h"
 
 enum class GpuMode {

@@ -1,4 +1,5 @@
 // rimage graph: a graph of effects from a file.
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "EffectCommand.h"

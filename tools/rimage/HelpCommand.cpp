@@ -1,5 +1,6 @@
 // rimage help: the help of sub-commands, and what is made of it for other readers.
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <memory>

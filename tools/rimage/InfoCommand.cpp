@@ -1,5 +1,6 @@
 // rimage info: what a picture file holds.
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <memory>
 #include <nlohmann/json.hpp>

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <array>
+#include <nlohmann/json.hpp>
 
 #include "Suggestion.h"
 #include "rbaselib/RProperty.h"

@@ -1,7 +1,7 @@
 // The properties of effects, as people write and read them.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 

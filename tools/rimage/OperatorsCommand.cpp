@@ -1,6 +1,7 @@
 // rimage operators: the effects that graphs are made of.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <CLI/CLI.hpp>
 
 #include <memory>
 #include <nlohmann/json.hpp>

@@ -1,8 +1,10 @@
 // rimage properties: what can be set on an effect.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <CLI/CLI.hpp>
 
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "Commands.h"
 #include "EffectOperators.h"

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <poll.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cerrno>

@@ -1,10 +1,10 @@
 // Commands over the frames of a sequence.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
 
+#include "CommandLineFwd.h"
 #include "FrameFiles.h"
 #include "FrameNumbers.h"
 #include "Progress.h"

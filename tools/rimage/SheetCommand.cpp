@@ -1,5 +1,6 @@
 // rimage sheet: many pictures on one page.
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <QFontMetrics>
 #include <QImage>

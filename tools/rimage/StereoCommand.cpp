@@ -1,6 +1,7 @@
 // rimage stereo: two views of a scene in one picture.
 #include <GL/gl.h>
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <limits>

@@ -1,6 +1,7 @@
 #include "TextureReader.h"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cmath>

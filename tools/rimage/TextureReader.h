@@ -1,10 +1,10 @@
 // Reading of texture files on the processor.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <string>
 
+#include "CommandLineFwd.h"
 #include "Gpu.h"
 #include "Picture.h"
 #include "dds/RDDSDecoder.h"
