@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 
 #include "BadDecoder.h"
@@ -45,7 +47,8 @@ TEST_F(Isolation, EverySampleComesOutTheSame) {
   std::size_t count = 0;
   for (const auto& entry : std::filesystem::directory_iterator(RIMAGE_SAMPLES)) {
     const std::string extension = entry.path().extension();
-    if (extension == ".md" || extension == ".sh" || extension == ".json") continue;
+    constexpr std::array kNoPictures = {".md", ".sh", ".py", ".json"};
+    if (std::ranges::find(kNoPictures, extension) != kNoPictures.end()) continue;
     ExpectSame(entry.path().string());
     ++count;
   }
