@@ -61,6 +61,7 @@ RPropertyValue AnotherValue(const RProperty& property, int i) {
 
 std::vector<RPropertyValue> Values(const RImageOperator& op) {
   std::vector<RPropertyValue> values;
+  values.reserve(static_cast<std::size_t>(op.GetPropertyCount()));
   for (int i = 0; i < op.GetPropertyCount(); ++i) values.push_back(op.GetProperty(i)->GetValue());
   return values;
 }
