@@ -42,6 +42,10 @@ PlainLayout LayoutOf(const CSurface& surface, std::uint32_t format) {
   return {4, static_cast<GLsizei>(std::min<std::int64_t>(slices, surface.get_depth()))};
 }
 
+// Slices follow one another in a file.
+constexpr std::array kWholeSlices{RPixelStoreSetting{GL_UNPACK_IMAGE_HEIGHT, 0},
+                                  RPixelStoreSetting{GL_UNPACK_SKIP_IMAGES, 0}};
+
 GLenum PixelType(const CSurface& surface) { return surface.get_isFloat() ? GL_FLOAT : GL_UNSIGNED_BYTE; }
 
 // A target without depth takes the first slice of a volume.
@@ -113,8 +117,7 @@ bool CDDSImage::upload_texture3D(int level) {
     const PlainLayout layout = LayoutOf(surface, mFormat);
     if (layout.slices < 1) return;
     const RScopedUnpack rows(layout.alignment);
-    const RScopedPixelStore slices(std::array{RPixelStoreSetting{GL_UNPACK_IMAGE_HEIGHT, 0},
-                                              RPixelStoreSetting{GL_UNPACK_SKIP_IMAGES, 0}});
+    const RScopedPixelStore slices(kWholeSlices);
     gl->glTexImage3D(GL_TEXTURE_3D, number, static_cast<GLint>(mFormat), surface.get_width(),
                      surface.get_height(), layout.slices, 0, mFormat, PixelType(surface),
                      static_cast<const char*>(surface));

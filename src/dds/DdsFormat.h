@@ -15,7 +15,7 @@
 #include "streams/RByteReader.h"
 
 /// Returns a four-character code as it is stored.
-constexpr std::uint32_t DdsFourCC(const char (&text)[5]) {
+consteval std::uint32_t DdsFourCC(const char (&text)[5]) {
   std::uint32_t code = 0;
   for (int i = 3; i >= 0; --i) code = code << 8 | static_cast<unsigned char>(text[i]);
   return code;

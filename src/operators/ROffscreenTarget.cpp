@@ -58,13 +58,6 @@ RGLColorBuffer::~RGLColorBuffer() {
   gl->glDeleteRenderbuffers(1, &mRenderbuffer);
 }
 
-RGLColorBuffer::RGLColorBuffer(RGLColorBuffer&& other) noexcept
-    : mFramebuffer(std::exchange(other.mFramebuffer, 0)),
-      mRenderbuffer(std::exchange(other.mRenderbuffer, 0)),
-      mWidth(other.mWidth),
-      mHeight(other.mHeight),
-      mComplete(other.mComplete) {}
-
 RGLColorBuffer& RGLColorBuffer::operator=(RGLColorBuffer&& other) noexcept {
   std::swap(mFramebuffer, other.mFramebuffer);
   std::swap(mRenderbuffer, other.mRenderbuffer);

@@ -12,7 +12,7 @@ class RGLColorBuffer {
  public:
   RGLColorBuffer(unsigned internalFormat, int width, int height);
   ~RGLColorBuffer();
-  RGLColorBuffer(RGLColorBuffer&& other) noexcept;
+  RGLColorBuffer(RGLColorBuffer&& other) = delete;
   RGLColorBuffer& operator=(RGLColorBuffer&& other) noexcept;
 
   /// Whether the driver can draw into it.

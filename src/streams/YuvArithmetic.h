@@ -53,4 +53,14 @@ inline void YuvFromPixelOf(const unsigned char* pixels, std::size_t x, unsigned 
   line[2 * x + 2] = static_cast<unsigned char>(0.439 * r - 0.368 * g - 0.071 * b + 128);
 }
 
+///@{
+/// Converts a line on any processor.
+inline void YuvToPixels(const unsigned char* line, unsigned char* pixels) {
+  for (std::size_t x = 0; x < kYuvWidth; ++x) YuvToPixelOf(line, x, pixels);
+}
+inline void YuvToLine(const unsigned char* pixels, unsigned char* line) {
+  for (std::size_t x = 0; x < kYuvWidth; ++x) YuvFromPixelOf(pixels, x, line);
+}
+///@}
+
 }  // namespace

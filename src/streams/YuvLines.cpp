@@ -2,15 +2,7 @@
 
 namespace {
 
-void ToPixels(const unsigned char* line, unsigned char* pixels) {
-  for (std::size_t x = 0; x < kYuvWidth; ++x) YuvToPixelOf(line, x, pixels);
-}
-
-void ToLine(const unsigned char* pixels, unsigned char* line) {
-  for (std::size_t x = 0; x < kYuvWidth; ++x) YuvFromPixelOf(pixels, x, line);
-}
-
-constexpr YuvLineConverters kPortable = {ToPixels, ToLine};
+constexpr YuvLineConverters kPortable = {YuvToPixels, YuvToLine};
 
 const YuvLineConverters& Converters() {
 #if defined(__x86_64__)

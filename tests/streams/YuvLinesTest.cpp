@@ -31,12 +31,12 @@ Line FastToLine(const Row& row) {
 }
 Row PlainToPixels(const Line& line) {
   Row row{};
-  for (std::size_t x = 0; x < kYuvWidth; ++x) YuvToPixelOf(line.data(), x, row.data());
+  YuvToPixels(line.data(), row.data());
   return row;
 }
 Line PlainToLine(const Row& row) {
   Line line{};
-  for (std::size_t x = 0; x < kYuvWidth; ++x) YuvFromPixelOf(row.data(), x, line.data());
+  YuvToLine(row.data(), line.data());
   return line;
 }
 

@@ -58,6 +58,13 @@ TEST(Completion, OffersSubCommandsAndOptions) {
   EXPECT_THAT(OfferFor({"help", "st"}).words, ElementsAre("stereo"));
 }
 
+// The value of an option is no argument, and no option either.
+TEST(Completion, GoesOnBehindTheValueOfAnOption) {
+  EXPECT_THAT(OfferFor({"convert", "--gpu", "never", "--pre"}).words, ElementsAre("--premultiply"));
+  EXPECT_THAT(OfferFor({"blend", "--set", "Preset=A over B", "--gpu", ""}).words,
+              ElementsAre("auto", "never", "require"));
+}
+
 TEST(Completion, OffersTheTextsOfValues) {
   EXPECT_THAT(OfferFor({"convert", "--gpu", ""}).words, ElementsAre("auto", "never", "require"));
   EXPECT_THAT(OfferFor({"convert", "--gpu=ne"}).words, ElementsAre("--gpu=never"));

@@ -142,6 +142,17 @@ TEST_F(CorrectCommand, TransparencyIsAsked) {
   EXPECT_EQ(alphas(), expected);
 }
 
+// The effect would do without OpenGL; who insists on it is told.
+TEST_F(CorrectCommand, OpenGLThatIsRequiredAndMissing) {
+  test::Save(test::MakeTranslucent(9, 5), In());
+  auto settings = kSettings;
+  settings.environment.insert(settings.environment.end(),
+                              {{"PATH", "/none-such"}, {"DISPLAY", ""}, {"QT_QPA_PLATFORM", ""}});
+  const auto result = RunTool({"correct", "--gpu=require", In(), Out()}, settings);
+  EXPECT_EQ(result.code, 5);
+  EXPECT_THAT(result.errors, HasSubstr("correct: RImOpCC has no OpenGL: "));
+}
+
 TEST_F(CorrectCommand, WrongUse) {
   EXPECT_EQ(Correct({}, {"--set", "Gama=2"}).code, 2);
   EXPECT_EQ(Correct({}, {"--set", "Gain=0.5,1,1"}).code, 2) << "below the declared range";

@@ -58,6 +58,26 @@ TEST_F(OpenGLReading, TexturesAreReadWithoutADisplay) {
   for (int y = 0; y < 4; ++y) EXPECT_EQ(read.pixel(1, y), kRows[y]) << y;
 }
 
+TEST_F(OpenGLReading, FramesOfASequenceShareTheDriverThatWasFound) {
+  const std::string texture = PutTexture();
+  const auto result = RunTool(
+      {"convert", "--gpu=require", texture, mFolder.Path("out.#.png"), "--frames", "1-2"}, kNoDisplay);
+  ASSERT_EQ(result.code, 0) << result.errors;
+  for (const char* name : {"out.1.png", "out.2.png"}) {
+    const QImage read = test::Load(mFolder.Path(name));
+    ASSERT_EQ(read.size(), QSize(4, 4)) << name;
+    for (int y = 0; y < 4; ++y) EXPECT_EQ(read.pixel(1, y), kRows[y]) << name << ' ' << y;
+  }
+}
+
+TEST_F(OpenGLReading, ASequenceWithoutOpenGLTellsTheReason) {
+  const std::string texture = PutTexture();
+  const auto result =
+      RunTool({"convert", "--gpu=require", texture, mFolder.Path("out.#.png"), "--frames", "1-2"}, kNoOpenGL);
+  EXPECT_EQ(result.code, 5);
+  EXPECT_THAT(result.errors, HasSubstr("texture.dds: reading it needs OpenGL: "));
+}
+
 // The colours that the driver gives are multiplied with alpha where the file's are.
 TEST_F(OpenGLReading, MultipliedColoursAreKnownAsSuch) {
   // Alpha 136 and red 132 everywhere.

@@ -119,6 +119,16 @@ TEST_F(ReadFailure, CutOffTga) {
   Refuse("cut.tga", "");
 }
 
+// Three slices of four blocks of 16 bytes each, the last one of the last slice cut off.
+TEST_F(ReadFailure, ASliceThatIsCutOff) {
+  Bytes bytes = test::ReadFile(test::DataPath("dds/magnum_dxt10-bc7-3d.dds"));
+  ASSERT_EQ(bytes.size(), 148U + 3 * 4 * 16);
+  bytes.pop_back();
+  (void)mFolder.Write("cut.dds", bytes);
+  Refuse("cut.dds", "the file ends before this picture\n", {"--slice", "2"});
+  EXPECT_EQ(RunTool({"convert", mFolder.Path("cut.dds"), mFolder.Path("out.png"), "--slice", "1"}).code, 0);
+}
+
 TEST_F(ReadFailure, NoPixels) {
   (void)mFolder.Write("none.tga", {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 32, 8});
   Refuse("none.tga", "the file holds no pixels");
@@ -153,6 +163,8 @@ TEST_F(ReadFailure, WholeBitmapsOfEveryDepthAreNotTakenForCutOff) {
 TEST_F(ReadFailure, ANewlineInTheNameStaysOnOneLine) {
   const auto result = RunTool({"info", mFolder.Path("new\nline.png")});
   EXPECT_EQ(result.errors, "rimage: " + mFolder.Path("new\\nline.png") + ": No such file or directory\n");
+  const auto tab = RunTool({"info", mFolder.Path("a\ttab.png")});
+  EXPECT_EQ(tab.errors, "rimage: " + mFolder.Path("a\\ttab.png") + ": No such file or directory\n");
 }
 
 TEST_F(ReadFailure, NamesThatAreNotUtf8) {

@@ -182,10 +182,10 @@ bool FunctionWriter::WriteStatement(const Statement& statement) {
     case Statement::Kind::kIf:
       return WriteIf(statement);
     case Statement::Kind::kReturn:
-      WriteReturn();
-      return true;
+      break;
   }
-  return false;
+  WriteReturn();
+  return true;
 }
 
 bool FunctionWriter::WriteDeclaration(const Statement& statement) {
@@ -209,8 +209,6 @@ bool FunctionWriter::WriteAssignment(const Statement& statement) {
     value = mExpressions.WriteOperation(statement.text.substr(0, 1), *target, *value, statement.line);
   if (value) value = mExpressions.Convert(*value, target->type, statement.line);
   if (!value) return false;
-  if (value->type == kSamplerType || value->type == kMatrixType)
-    return Fail(statement.line, "a " + CgName(value->type) + " cannot be assigned");
   AddLine(target->text + " = " + value->text + ";");
   return true;
 }
