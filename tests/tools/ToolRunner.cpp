@@ -29,9 +29,12 @@ std::array<int, 2> MakePipe() {
 
 void Limit(int resource, long most) {
   if (most < 0) return;
-  const auto value = static_cast<rlim_t>(most);
-  const rlimit limits{value, value};
-  if (setrlimit(static_cast<__rlimit_resource_t>(resource), &limits) != 0) _exit(126);
+  const auto kind = static_cast<__rlimit_resource_t>(resource);
+  rlimit limits{};
+  if (getrlimit(kind, &limits) != 0) _exit(126);
+  // What the process may raise it to stays: the counters of a coverage build are written in the end.
+  limits.rlim_cur = static_cast<rlim_t>(most);
+  if (setrlimit(kind, &limits) != 0) _exit(126);
 }
 
 // Runs in the child process.
