@@ -10,7 +10,7 @@ mkfifo "$folder/number"
 
 # run_on DISPLAY COMMAND...
 run_on() {
-  DISPLAY=$1 QT_QPA_PLATFORM=xcb "$(dirname "$0")/leak_checked.sh" "${@:2}"
+  DISPLAY=$1 QT_QPA_PLATFORM=xcb "${@:2}"
 }
 
 if [ -n "${RIMAGE_TEST_DISPLAY:-}" ]; then
