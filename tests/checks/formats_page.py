@@ -13,21 +13,11 @@ import sys
 
 sys.dont_write_bytecode = True
 from format_faults import FAULTS  # noqa: E402
+from page_tables import rows_after  # noqa: E402
 
 CUT = 900
 INDEX = "| Extension | Page | Read by | Written by | Alpha in the file that is written |"
 DAMAGE = "| File | Exit code | Message, or what comes of it |"
-
-
-def rows_after(page, header):
-    """Returns the cells of the table with that header."""
-    lines = page.split(header + "\n", 1)[1].splitlines()[1:]
-    rows = []
-    for line in lines:
-        if not line.startswith("|"):
-            break
-        rows.append([cell.strip() for cell in line.strip("|").split("|")])
-    return rows
 
 
 def registered(tool):

@@ -13,18 +13,11 @@ import shutil
 import subprocess
 import sys
 
+sys.dont_write_bytecode = True
+from page_tables import rows_after  # noqa: E402
+
 CONSTANT_ALPHA = 0.5  # of the blends that are compared with their formulas
 FORMULA = re.compile(r"^[ABabc0-9 ()*+-]+$")
-
-
-def table(page, header):
-    """Returns the cells of the table with that header."""
-    rows = []
-    for line in page.split(header + "\n", 1)[1].splitlines()[1:]:
-        if not line.startswith("|"):
-            break
-        rows.append([cell.strip() for cell in line.strip("|").split("|")])
-    return rows
 
 
 def tell(tool, *arguments):
@@ -72,7 +65,7 @@ def check_cells(gallery, folder):
 
 def check_differences(gallery, page):
     """Compares back ends and differences with the page's table."""
-    told = {(row[0], row[1]): (row[2], row[3]) for row in table(page, "| Effect | Column | Back end | Largest difference |")}
+    told = {(row[0], row[1]): (row[2], row[3]) for row in rows_after(page, "| Effect | Column | Back end | Largest difference |")}
     # The driver that is there may be any.
     expected = {(effect["name"], column["name"]) for effect in gallery["effects"] for column in gallery["columns"]
                 if column["name"] != "driver"}
@@ -107,7 +100,7 @@ def check_formulas(tool, page, work, root):
     a, b = ([pixels[i:i + 4] for i in range(0, len(pixels), 4)]
             for _, _, pixels in (read_tiff(work / f"{name}.tif") for name in "ab"))
     presets = tell(tool, "properties", "blend")["properties"][0]["values"]
-    rows = {row[0].strip("`"): row[1] for row in table(page, "| Preset | Result | What it shows |")}
+    rows = {row[0].strip("`"): row[1] for row in rows_after(page, "| Preset | Result | What it shows |")}
     if list(rows) != [preset for preset in presets if preset != "custom"]:
         yield f"docs/blending.md does not tell of {presets}"
     for preset, formula in rows.items():

@@ -4,21 +4,9 @@
 #include <charconv>
 #include <system_error>
 
+#include "TextTaking.h"
+
 namespace {
-
-// Takes a whole number off the front.
-bool TakeNumber(std::string_view& text, int& number, int base = 10) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-  if (error != std::errc()) return false;
-  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-  return true;
-}
-
-bool TakeCharacter(std::string_view& text, char c) {
-  if (!text.starts_with(c)) return false;
-  text.remove_prefix(1);
-  return true;
-}
 
 std::optional<Colour> ParseDigits(std::string_view digits) {
   if (digits.size() != 6 && digits.size() != 8) return std::nullopt;

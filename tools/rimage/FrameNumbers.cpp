@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <filesystem>
-#include <system_error>
 #include <unordered_set>
+
+#include "TextTaking.h"
 
 namespace {
 
@@ -24,25 +24,16 @@ struct Range {
   }
 };
 
-bool TakeNumber(std::string_view& text, int& number) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || std::abs(static_cast<long>(number)) > kLargestFrame) return false;
-  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-  return true;
-}
-
-bool TakeCharacter(std::string_view& text, char c) {
-  if (!text.starts_with(c)) return false;
-  text.remove_prefix(1);
-  return true;
+bool TakeBounded(std::string_view& text, int& number) {
+  return TakeNumber(text, number) && std::abs(static_cast<long>(number)) <= kLargestFrame;
 }
 
 std::optional<Range> TakeRange(std::string_view& text) {
   Range range;
-  if (!TakeNumber(text, range.first)) return std::nullopt;
+  if (!TakeBounded(text, range.first)) return std::nullopt;
   range.last = range.first;
-  if (TakeCharacter(text, '-') && !TakeNumber(text, range.last)) return std::nullopt;
-  if (TakeCharacter(text, 'x') && (!TakeNumber(text, range.step) || range.step < 1)) return std::nullopt;
+  if (TakeCharacter(text, '-') && !TakeBounded(text, range.last)) return std::nullopt;
+  if (TakeCharacter(text, 'x') && (!TakeBounded(text, range.step) || range.step < 1)) return std::nullopt;
   return range;
 }
 
@@ -97,7 +88,7 @@ std::optional<std::vector<int>> ParseFrames(std::string_view text) {
 std::optional<Shard> ParseShard(std::string_view text) {
   Shard shard;
   const bool parsed =
-      TakeNumber(text, shard.index) && TakeCharacter(text, '/') && TakeNumber(text, shard.count);
+      TakeBounded(text, shard.index) && TakeCharacter(text, '/') && TakeBounded(text, shard.count);
   if (!parsed || !text.empty() || shard.index < 1 || shard.index > shard.count) return std::nullopt;
   return shard;
 }
@@ -139,7 +130,7 @@ std::vector<int> FindFrames(const std::string& pattern) {
     rest.remove_prefix(std::min(place->start, rest.size()));
     int frame = 0;
     // The number's name tells whether the rest fits, and zeros and plus signs are those of the pattern.
-    if (TakeNumber(rest, frame) && FrameName(file, frame) == name) frames.push_back(frame);
+    if (TakeBounded(rest, frame) && FrameName(file, frame) == name) frames.push_back(frame);
   }
   std::ranges::sort(frames);
   return frames;

@@ -29,6 +29,14 @@ void CheckResult(const char* operation, const Picture& picture, std::int64_t wid
               context.readOptions.maxMemory);
 }
 
+// What to say of a word that is none of the names of some rows.
+template <class Rows, class NameOf>
+Failure UnknownWord(const char* operation, const std::string& word, const Rows& rows, NameOf nameOf) {
+  std::vector<std::string> names;
+  std::ranges::transform(rows, std::back_inserter(names), nameOf);
+  return WrongValue(operation, word, SuggestOrList(word, names));
+}
+
 // --- Layout and size.
 
 constexpr std::array kFormats = {kImageFormatRGBA, kImageFormatRGB,  kImageFormatBGRA,  kImageFormatBGR,
@@ -37,11 +45,7 @@ constexpr std::array kFormats = {kImageFormatRGBA, kImageFormatRGB,  kImageForma
 Step MakeFormat(const std::string& value, const OperationContext&) {
   const auto* const format =
       std::ranges::find_if(kFormats, [&](kImageFormat known) { return value == FormatName(known); });
-  if (format == kFormats.end()) {
-    std::vector<std::string> names;
-    std::ranges::transform(kFormats, std::back_inserter(names), FormatName);
-    throw WrongValue("--format", value, SuggestOrList(value, names));
-  }
+  if (format == kFormats.end()) throw UnknownWord("--format", value, kFormats, FormatName);
   return [target = *format](Picture& picture) {
     const char* from = FormatName(picture.image->GetFormat());
     if (ConvertTo(picture, target)) return;
@@ -176,11 +180,7 @@ constexpr std::array kFieldKinds{
 
 Step MakeField(const std::string& value, const OperationContext&) {
   const auto* const kind = std::ranges::find(kFieldKinds, value, &FieldKind::name);
-  if (kind == kFieldKinds.end()) {
-    std::vector<std::string> names;
-    std::ranges::transform(kFieldKinds, std::back_inserter(names), &FieldKind::name);
-    throw WrongValue("--field", value, SuggestOrList(value, names));
-  }
+  if (kind == kFieldKinds.end()) throw UnknownWord("--field", value, kFieldKinds, &FieldKind::name);
   return [kind = *kind](Picture& picture) {
     RImage& image = *picture.image;
     if (image.GetImageType() != kImageTypeFrame) {
