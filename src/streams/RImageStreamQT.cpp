@@ -103,14 +103,32 @@ void CopyRowsBottomUp(const QImage& source, std::span<unsigned char> destination
   }
 }
 
-[[nodiscard]] bool Fill(RImage& image, QImage loaded) {
+// Qt divides the conversion of a large image among threads, and waits for ever for one that cannot be started
+// when memory runs out. Bands of so few pixels are converted at once, and take less memory beside the image.
+constexpr int kMostBandPixels = 65536;
+
+[[nodiscard]] bool ConvertRowsBottomUp(const QImage& source, std::span<unsigned char> destination,
+                                       QImage::Format format) {
+  const int rows = std::max(1, kMostBandPixels / source.width());
+  for (int end = source.height(); end > 0; end -= rows) {
+    const int start = std::max(0, end - rows);
+    const QImage band = source.copy(0, start, source.width(), end - start).convertToFormat(format);
+    if (band.isNull()) return false;
+    const std::size_t size =
+        destination.size() / static_cast<std::size_t>(end) * static_cast<std::size_t>(band.height());
+    CopyRowsBottomUp(band, destination.first(size), nullptr);
+    destination = destination.subspan(size);
+  }
+  return true;
+}
+
+[[nodiscard]] bool Fill(RImage& image, const QImage& loaded) {
   const QImageLayout& layout = LayoutOf(loaded.format());
   const RPixelKernels::Convert convert = DirectCopyOf(loaded.format());
-  if (!convert) loaded.convertTo(layout.converted);
   std::span<unsigned char> pixels;
-  if (loaded.isNull() || !RInitImageTarget(image, layout.format, loaded.width(), loaded.height(), pixels)) {
-    return false;
-  }
+  if (!RInitImageTarget(image, layout.format, loaded.width(), loaded.height(), pixels)) return false;
+  if (!convert && loaded.format() != layout.converted)
+    return ConvertRowsBottomUp(loaded, pixels, layout.converted);
   CopyRowsBottomUp(loaded, pixels, convert);
   return true;
 }
@@ -147,7 +165,13 @@ QImage Wrap(RImage& image) {
   const QImage::Format format = rgb ? QImage::Format_RGB888 : QImage::Format_RGBA8888_Premultiplied;
   const qsizetype rowBytes = qsizetype{image.GetWidth()} * image.GetPixelSize();
   const unsigned char* bits = image.GetImageBits();
-  return {bits, image.GetWidth(), image.GetHeight(), rowBytes, format};
+  QImage wrapped(bits, image.GetWidth(), image.GetHeight(), rowBytes, format);
+  // 96 dots per inch: Qt's own value, which some formats store, depends on the screen and on whether there is
+  // one.
+  constexpr int kDotsPerMeter = 3780;
+  wrapped.setDotsPerMeterX(kDotsPerMeter);
+  wrapped.setDotsPerMeterY(kDotsPerMeter);
+  return wrapped;
 }
 
 void Apply(const RStreamOptions* options, QImageWriter& writer) {
@@ -175,10 +199,10 @@ bool RImageStreamQT::StreamOpen(RStreamOptions*) {
   if (kind == kFileNone) return false;
   RImage* image = GetImage(true);
   if (!image) return false;
-  QImage loaded = Load(path, kind);
+  const QImage loaded = Load(path, kind);
   if (kind == kFileSvg) image->SetVectorSourcePath(name);
   if (loaded.isNull()) return kind == kFileTga && OpenTga(*image);
-  if (!Fill(*image, std::move(loaded))) return false;
+  if (!Fill(*image, loaded)) return false;
   if (kind != kFileSvg) image->SetVectorSourcePath("");
   return true;
 }

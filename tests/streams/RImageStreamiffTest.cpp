@@ -175,6 +175,20 @@ TEST(IlbmChunks, OfOtherKindsAreSkipped) {
   EXPECT_EQ(PixelsOfFile(file), kSmallPixels);
 }
 
+// The modes of the display, hold-and-modify (0x800) and half-brite (0x80) among them, give the planes a
+// meaning that is not followed: planes are colour numbers always, and a number without a colour is black.
+TEST(IlbmChunks, TheModeOfTheDisplayDoesNotCount) {
+  const Bytes body = {0xE0, 0, 0x60, 0, 0, 0, 0, 0, 0x40, 0, 0x20, 0};  // the numbers 1, 19 and 35
+  auto file = IlbmBuilder::Make({3, 1, 6}, Colours(20), body);
+  Bytes expected = Pixels({1, 19});
+  expected.insert(expected.end(), {0, 0, 0, 255});
+  for (const unsigned char mode : Bytes{0x00, 0x08}) {
+    file.chunks.insert(file.chunks.begin() + 2, {"CAMG", {0, 0, mode, 0x80}});
+    EXPECT_EQ(PixelsOfFile(file), expected);
+    file.chunks.erase(file.chunks.begin() + 2);
+  }
+}
+
 TEST(IlbmChunks, PadBytesAreNotSkipped) {
   auto file = Small();
   file.chunks.insert(file.chunks.begin(), {"ANNO", Bytes(4, 'x')});

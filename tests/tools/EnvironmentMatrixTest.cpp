@@ -17,6 +17,7 @@
 #include <ostream>
 #include <utility>
 
+#include "SmallFileSystem.h"
 #include "TestPictures.h"
 #include "ToolRunner.h"
 #include "support/CaseName.h"
@@ -74,6 +75,10 @@ const std::vector<Command> kOnProcessor = {
     {"Correct",
      [](const Files& f) {
        return Arguments{"correct", f.input, f.output, "--gpu=never", "--set", "Gamma=2"};
+     }},
+    {"Key",
+     [](const Files& f) {
+       return Arguments{"key", f.input, f.second, f.output, "--gpu=never", "--set", "Mode=Difference Keying"};
      }},
     {"Graph", [](const Files& f) {
        return Arguments{"graph", f.graph, f.output, "--gpu=never"};
@@ -408,6 +413,48 @@ INSTANTIATE_TEST_SUITE_P(OpenGL, Outputs,
                          testing::Combine(ValuesIn(kWithOpenGL), ValuesIn(OutputsWithoutLimits())),
                          PairName());
 
+// --- Full file systems. The pictures that are written take more than what is left.
+
+struct FullCase {
+  const char* name;
+  const char* reason;
+  void (*fill)(const test::SmallFileSystem& files, const std::string& filler);
+};
+void PrintTo(const FullCase& full, std::ostream* stream) { *stream << full.name; }
+
+const std::vector<FullCase> kFull = {
+    {"NoRoomAtAll", "No space left on device", [](const auto& files, const auto&) { files.Fill("filler"); }},
+    {"RoomForAPart", "No space left on device",
+     [](const auto& files, const auto& filler) {
+       files.Fill("filler");
+       fs::resize_file(filler, fs::file_size(filler) - 8192);
+     }},
+    {"NoRoomForAName", "No space left on device",
+     [](const auto& files, const auto&) { files.TakeAllNames(); }},
+    {"ReadOnly", "Read-only file system", [](const auto& files, const auto&) { files.Protect(); }},
+};
+
+class FullFileSystem : public Matrix, public testing::WithParamInterface<std::tuple<Command, FullCase>> {};
+
+TEST_P(FullFileSystem, IsRefused) {
+  const auto& [command, full] = GetParam();
+  if (!command.writes) return;
+  for (const char* name : {"good.png", "second.png"})
+    test::Save(test::MakeNoise(200, 200), mFolder.Path(name));
+  const std::string folder = mFolder.Path("small");
+  fs::create_directory(folder);
+  const test::SmallFileSystem files(folder, "size=64k,nr_inodes=16");
+  if (!files.Trouble().empty()) GTEST_SKIP() << files.Trouble();
+  const std::string output = mFolder.Write("small/out.bmp", kEarlier);
+  full.fill(files, mFolder.Path("small/filler"));
+  Refuse(command.arguments(FilesFor(Good(), output)), 4, output, full.reason);
+}
+
+INSTANTIATE_TEST_SUITE_P(Processor, FullFileSystem, testing::Combine(ValuesIn(kOnProcessor), ValuesIn(kFull)),
+                         PairName());
+INSTANTIATE_TEST_SUITE_P(OpenGL, FullFileSystem, testing::Combine(ValuesIn(kWithOpenGL), ValuesIn(kFull)),
+                         PairName());
+
 // --- Surroundings in which the work is done all the same
 
 struct Surroundings {
@@ -589,5 +636,42 @@ TEST_F(Matrix, TooLittleMemoryIsNamed) {
     Refuse(arguments, 3, path, "8000 x 8000 pixels take 244 MiB, more than the limit of 100 MiB");
   }
 }
+
+// The system itself may set a limit, of the address space, of which the sanitizer takes all there is.
+#ifndef __SANITIZE_ADDRESS__
+class Starved : public Matrix, public testing::WithParamInterface<Command> {
+ protected:
+  test::ToolResult RunWith(long mib, const Files& files) const {
+    return RunTool(GetParam().arguments(files), {.mostMemory = mib << 20});
+  }
+};
+
+TEST_P(Starved, WhateverLacksMemoryTellsIt) {
+  const std::string output = mFolder.Write("out.png", kEarlier);
+  // With what is enough for a small picture, a large one lacks memory for its pixels and nothing else.
+  long mib = 64;
+  const Files small = FilesFor(Good(), mFolder.Path("small.png"));
+  while (RunWith(mib, small).code != (GetParam().name == std::string("Compare") ? 1 : 0))
+    ASSERT_LT(mib += 16, 4096);
+  QImage large(2500, 2500, QImage::Format_RGB32);
+  large.fill(Qt::gray);
+  for (const char* name : {"large.png", "second.png"}) test::Save(large, mFolder.Path(name));
+  const Files files = FilesFor(mFolder.Path("large.png"), output);
+  int refused = 0;
+  for (const Contents before = TakeContents(mFolder.Path(""));; mib += 4) {
+    const auto result = RunWith(mib, files);
+    if (result.code <= 1) break;
+    SCOPED_TRACE(mib);
+    ++refused;
+    EXPECT_THAT(result.code, testing::AnyOf(3, 4));
+    EXPECT_THAT(result.errors, testing::MatchesRegex("rimage: " + mFolder.Path("") +
+                                                     "[a-z]+.(png|json): not enough memory[^\n]*\n"));
+    EXPECT_EQ(TakeContents(mFolder.Path("")), before);
+  }
+  EXPECT_GE(refused, 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(Processor, Starved, ValuesIn(kOnProcessor), test::CaseName());
+#endif
 
 }  // namespace

@@ -137,7 +137,7 @@ ExitCode Run(Host& host, const Options& options) {
   QImage map;
   if (!options.diff.empty()) {
     map = QImage(a.image->GetWidth(), a.image->GetHeight() * a.image->GetDepth(), QImage::Format_RGB888);
-    if (map.isNull()) throw std::bad_alloc();
+    if (map.isNull()) throw Failure(ExitCode::kWrite, options.diff, "not enough memory");
   }
   const int height = a.image->GetHeight();
   const Comparison result = Compare(a, b, options.tolerance, [&](int layer, int y, auto amounts) {
@@ -145,7 +145,10 @@ ExitCode Run(Host& host, const Options& options) {
   });
   if (options.json) PrintJson(options, "", result);
   if (!options.json) PrintText(options, result, a.image->GetDepth() > 1);
-  if (!map.isNull()) WritePicture(FromQImage(map), options.diff, {});
+  if (!map.isNull()) {
+    NamingMemoryFailure(ExitCode::kWrite, options.diff,
+                        [&] { WritePicture(FromQImage(map), options.diff, {}); });
+  }
   return result.different == 0 ? ExitCode::kOk : ExitCode::kDifferent;
 }
 

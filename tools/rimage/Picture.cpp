@@ -94,6 +94,10 @@ QImage ToQImage(const Picture& picture) {
   QImage copy(image.GetWidth(), image.GetHeight(),
               premultiplied ? QImage::Format_RGBA8888_Premultiplied : QImage::Format_RGBA8888);
   if (copy.isNull()) throw std::bad_alloc();
+  // As the module writes, whatever the screen.
+  constexpr int kDotsPerMeter = 3780;
+  copy.setDotsPerMeterX(kDotsPerMeter);
+  copy.setDotsPerMeterY(kDotsPerMeter);
   RgbaRows rows(picture);
   for (int y = 0; y < copy.height(); ++y) {
     const auto row = rows.Row(0, y);
@@ -102,17 +106,23 @@ QImage ToQImage(const Picture& picture) {
   return copy;
 }
 
+QImage RowOf(const QImage& image, int y, QImage::Format format) {
+  QImage row = image.copy(0, y, image.width(), 1).convertToFormat(format);
+  if (row.isNull()) throw std::bad_alloc();
+  return row;
+}
+
 Picture FromQImage(const QImage& image) {
-  const QImage rgb = image.convertToFormat(QImage::Format_RGB888);
   Picture picture{RDestroyPtr<RImage>(RImageCreate())};
-  const bool made = picture.image && picture.image->Init(kImageFormatRGB, rgb.width(), rgb.height(), 0, 0,
+  const bool made = picture.image && picture.image->Init(kImageFormatRGB, image.width(), image.height(), 0, 0,
                                                          false, kImageTypeFrame, kInterleaveNone,
                                                          kInterpolationNone, RImage::kIncarnationRaw);
-  if (!made || rgb.isNull()) throw std::bad_alloc();
-  const std::size_t rowBytes = static_cast<std::size_t>(rgb.width()) * 3;
-  for (int y = 0; y < rgb.height(); ++y) {
-    const auto row = static_cast<std::size_t>(rgb.height() - 1 - y);
-    std::memcpy(picture.image->GetImageBits() + row * rowBytes, rgb.constScanLine(y), rowBytes);
+  if (!made) throw std::bad_alloc();
+  const std::size_t rowBytes = static_cast<std::size_t>(image.width()) * 3;
+  for (int y = 0; y < image.height(); ++y) {
+    const auto row = static_cast<std::size_t>(image.height() - 1 - y);
+    const QImage rgb = RowOf(image, y, QImage::Format_RGB888);
+    std::memcpy(picture.image->GetImageBits() + row * rowBytes, rgb.constBits(), rowBytes);
   }
   return picture;
 }

@@ -47,6 +47,9 @@ bool ConvertTo(Picture& picture, kImageFormat format);
 
 /// Returns a copy of the first layer as Qt's image, top row first, RGBA in the picture's own alpha state.
 QImage ToQImage(const Picture& picture);
+/// Returns a row of Qt's image, as an image in another format. Larger parts would be divided among threads,
+/// for each of which Qt waits even when it cannot be started.
+QImage RowOf(const QImage& image, int y, QImage::Format format);
 /// Returns Qt's image as an opaque picture.
 Picture FromQImage(const QImage& image);
 

@@ -142,8 +142,12 @@ void PassOn(const std::string& path, const std::vector<std::string>& messages) {
 
 RDestroyPtr<RImage> ReadImage(const std::string& path) {
   HeldMessages held;
+  errno = 0;
   RDestroyPtr<RImage> image(RImage::ImageFileRead(path.c_str()));
+  const bool lackedMemory = errno == ENOMEM;
   const auto messages = held.Take();
+  // Decoders do not say why they give nothing; the allocation that failed has.
+  if (!image && lackedMemory) throw std::bad_alloc();
   if (!image) FailDamaged(path, messages);
   const bool empty = image->GetWidth() < 1 || image->GetHeight() < 1 || image->GetDepth() < 1;
   if (empty || !image->GetImageBits()) throw Failure(ExitCode::kRead, path, "the file holds no pixels");

@@ -5,9 +5,12 @@
 #include <QFontMetrics>
 #include <QImage>
 #include <QPainter>
+#include <QThread>
 #include <algorithm>
 #include <cmath>
+#include <latch>
 #include <memory>
+#include <thread>
 
 #include "Commands.h"
 #include "FileFormats.h"
@@ -35,8 +38,25 @@ struct Tile {
   QString detail;
 };
 
+// Qt divides painting among threads, and waits for ever for one that cannot be started. Where as many can be
+// started now, it can: the C library keeps their stacks.
+void RequireThreads() {
+  std::latch isDone(1);
+  bool canStart = true;
+  std::vector<std::jthread> threads;
+  try {
+    for (int i = 0; i < QThread::idealThreadCount(); ++i) threads.emplace_back([&isDone] { isDone.wait(); });
+  } catch (const std::exception&) {
+    canStart = false;
+  }
+  isDone.count_down();
+  threads.clear();
+  if (!canStart) throw std::bad_alloc();
+}
+
 // Shrinks smoothly what is too large and enlarges small pictures by whole numbers, so that their pixels show.
 QImage Fit(const QImage& image, int size) {
+  RequireThreads();
   const int longest = std::max(image.width(), image.height());
   if (longest > size) return image.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
   const int factor = size / longest;
@@ -48,7 +68,9 @@ Tile MakeTile(Host& host, const std::string& path, const Options& options) {
   LimitToAlpha(picture);  // Qt's painter wraps around where a colour and what shows through pass 255
   RImage& image = *picture.image;
   const std::string name = path.substr(path.rfind('/') + 1);
-  return {Fit(ToQImage(picture), options.size), QString::fromStdString(Printable(name)),
+  QImage fitted = Fit(ToQImage(picture), options.size);
+  if (fitted.isNull()) throw std::bad_alloc();
+  return {std::move(fitted), QString::fromStdString(Printable(name)),
           QString::fromStdString(
               fmt::format("{} x {} {}", image.GetWidth(), image.GetHeight(), FormatName(image.GetFormat())))};
 }
@@ -93,7 +115,8 @@ std::vector<Tile> ReadTiles(Host& host, const Options& options) {
   std::optional<Failure> last;
   for (auto file = options.files.begin(); file != options.files.end() - 1; ++file) {
     try {
-      tiles.push_back(MakeTile(host, *file, options));
+      tiles.push_back(
+          NamingMemoryFailure(ExitCode::kRead, *file, [&] { return MakeTile(host, *file, options); }));
     } catch (const Failure& failure) {
       if (last) Show(*last);
       last = failure;
@@ -113,6 +136,7 @@ QImage Draw(const std::vector<Tile>& tiles, const Options& options) {
   QImage sheet(static_cast<int>(width), static_cast<int>(height), QImage::Format_RGB32);
   if (sheet.isNull()) throw std::bad_alloc();
   sheet.fill(kBackground);
+  RequireThreads();
   QPainter painter(&sheet);
   QFont font;
   font.setPixelSize(kLineHeight - 4);
@@ -134,7 +158,8 @@ ExitCode Run(Host& host, const Options& options) {
     PrepareToRead(host, *file, options.read);
   host.StartGui();
   const auto tiles = ReadTiles(host, options);
-  WritePicture(FromQImage(Draw(tiles, options)), options.files.back(), {});
+  NamingMemoryFailure(ExitCode::kWrite, options.files.back(),
+                      [&] { WritePicture(FromQImage(Draw(tiles, options)), options.files.back(), {}); });
   return tiles.size() + 1 == options.files.size() ? ExitCode::kOk : ExitCode::kDifferent;
 }
 
