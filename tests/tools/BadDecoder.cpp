@@ -31,6 +31,17 @@ void GoWrong(std::string_view mode) {
     for (;;) (void)getppid();
   }
   if (mode == "memory") return TakeMemory();
+  if (mode == "abort") {
+    constexpr std::string_view kReason = "the heap is damaged\n";
+    (void)!write(STDERR_FILENO, kReason.data(), kReason.size());
+    std::abort();
+  }
+  if (mode == "overrun") {
+    const std::size_t size = std::strlen(wanted);
+    auto* const row = static_cast<volatile char*>(std::malloc(size));
+    row[size] = 0;
+    return;
+  }
   raise(SIGSEGV);
 }
 
@@ -43,7 +54,7 @@ void* CallNext(const char* name, const char* version, void* pointer, void* error
 }  // namespace
 
 extern "C" void* png_create_read_struct(const char* version, void* pointer, void* error, void* warning) {
-  for (const char* mode : {"crash", "hang", "spin", "memory"}) GoWrong(mode);
+  for (const char* mode : {"abort", "crash", "hang", "memory", "overrun", "spin"}) GoWrong(mode);
   return CallNext("png_create_read_struct", version, pointer, error, warning);
 }
 

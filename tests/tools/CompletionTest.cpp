@@ -105,7 +105,8 @@ TEST(Completion, OffersPropertiesAndTheirTexts) {
 }
 
 TEST(Completion, OffersOperatorsAndFiles) {
-  EXPECT_THAT(OfferFor({"properties", ""}).words, IsSupersetOf({"RImOpBlend", "RImOpCC"}));
+  EXPECT_THAT(OfferFor({"properties", ""}).words,
+              IsSupersetOf({"RImOpBlend", "RImOpCC", "blend", "correct", "key"}));
   EXPECT_EQ(OfferFor({"convert", ""}).files,
             "files bmp dds iff jpeg jpg pic png rgb rgba sgi svg tga tif tiff yuv");
   EXPECT_EQ(OfferFor({"graph", ""}).files, "files json");

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <filesystem>
 
 #include "BadDecoder.h"
@@ -109,11 +110,27 @@ TEST_P(IsolatedDecoder, GoesWrongAlone) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, IsolatedDecoder,
-                         testing::Values(Wrong{"crash", {}, "crashed: Segmentation fault"},
+                         testing::Values(Wrong{"abort", {}, "crashed: Aborted"},
+                                         Wrong{"crash", {}, "crashed: Segmentation fault"},
                                          Wrong{"hang", {"--max-seconds", "1"}, "no answer within 1 seconds"},
                                          Wrong{"spin", {"--max-seconds", "1"}, "no answer within 1 seconds"},
                                          Wrong{"memory", {"--max-memory", "10"}, "crashed: Aborted"}),
                          [](const auto& row) { return row.param.name; });
+
+// Without isolation the whole program ends, but not without the reason, which was held back at that time.
+TEST_F(Isolation, WithoutItTheProgramEndsWithTheReason) {
+  const auto result = RunTool({"info", MakeInput()}, GoingWrong("abort"));
+  EXPECT_EQ(result.code, -SIGABRT);
+  EXPECT_EQ(result.errors, "the heap is damaged\n");
+}
+
+#ifdef __SANITIZE_ADDRESS__
+TEST_F(Isolation, FindingsOfTheSanitizerAreTold) {
+  const auto result = RunTool({"info", MakeInput()}, GoingWrong("overrun"));
+  EXPECT_EQ(result.code, -SIGABRT);
+  EXPECT_THAT(result.errors, HasSubstr("AddressSanitizer: heap-buffer-overflow"));
+}
+#endif
 
 // The same decoder has room enough under a higher limit.
 TEST_F(Isolation, TheLimitOfMemoryFollowsTheOption) {

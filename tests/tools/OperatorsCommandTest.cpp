@@ -131,6 +131,17 @@ TEST(PropertiesCommand, TakesShortNamesInAnyCase) {
   }
 }
 
+// What people know an effect by is the word that they type to use it.
+TEST(PropertiesCommand, TakesTheSubCommandsOfTheEffects) {
+  for (const auto& [command, name] : {std::pair{"blend", "RImOpBlend"},
+                                      {"correct", "RImOpCC"},
+                                      {"Correct", "RImOpCC"},
+                                      {"key", "RImOpKeyer"}})
+    EXPECT_EQ(JsonOf({"properties", command, "--json"})["operator"], name);
+  EXPECT_EQ(RunTool({"properties", "corect"}, kNoGui).errors,
+            "rimage: properties: unknown operator 'corect' (did you mean correct?)\n");
+}
+
 TEST(PropertiesCommand, TellsMistakes) {
   EXPECT_EQ(RunTool({"properties", "blemd"}, kNoGui).errors,
             "rimage: properties: unknown operator 'blemd' (did you mean Blend?)\n");

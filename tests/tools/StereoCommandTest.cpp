@@ -186,6 +186,18 @@ TEST_F(Stereo, ADriverThatRefusesTheProgramsIsTold) {
   EXPECT_EQ(RunStereo({"--mode", "side-by-side"}, settings).code, 0) << "which needs no program";
 }
 
+// The programs meet each other when something is drawn, after the compositor's set-up has gone well.
+TEST_F(Stereo, ADriverThatCannotLinkTheProgramsIsTold) {
+  const test::ToolSettings settings{.environment = {{"LD_PRELOAD", RIMAGE_OLD_GL},
+                                                    {"OLD_GL", "link"},
+                                                    {"ASAN_OPTIONS", "verify_asan_link_order=0"}}};
+  const auto result = RunStereo({"--mode", "color-anaglyph"}, settings);
+  EXPECT_EQ(result.code, 5);
+  EXPECT_THAT(result.errors, StartsWith("rimage: stereo: the "));
+  EXPECT_THAT(result.errors, HasSubstr("(rimage doctor tells more)\n"));
+  EXPECT_THAT(test::ListFolder(Path("")), testing::ElementsAre("left.png", "right.png"));
+}
+
 TEST_F(Stereo, AnOldVersionOfOpenGLIsTold) {
   const auto result =
       RunStereo({"--mode", "checkerboard"}, {.environment = {{"MESA_GL_VERSION_OVERRIDE", "2.1"}}});

@@ -4,7 +4,6 @@
 Command AddBlendCommand(CLI::App& app) {
   return AddEffectCommand(
       app, {"blend",
-            "RImOpBlend",
             {"A", "B"},
             "Compose two pictures: A over B and many other ways",
             "The result is as large as A; outside its own area B is transparent. Colours are multiplied with "

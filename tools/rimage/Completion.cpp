@@ -72,6 +72,9 @@ Completion CompleteArgument(const CommandTable& table, const CommandRow& command
   const std::string& name = command.arguments[std::min(place, command.arguments.size() - 1)].name;
   if (name == "OPERATOR") {
     for (const OperatorEntry& entry : ListOperators()) completion.words.push_back({entry.name, entry.title});
+    for (const CommandRow& other : table.commands) {
+      if (!other.effect.empty()) completion.words.push_back({other.name, other.help});
+    }
   } else if (name == "COMMAND") {
     for (const CommandRow& other : table.commands) completion.words.push_back({other.name, other.help});
   } else {

@@ -5,11 +5,10 @@ Command AddCorrectCommand(CLI::App& app) {
   return AddEffectCommand(
       app,
       {"correct",
-       "RImOpCC",
        {"IN"},
        "Correct the colours of a picture, as a whole and by shadows, midtones and highlights",
        "The result is opaque unless Transparency is set. Offsets and brightness are shares of alpha, as in "
-       "colours\nthat are multiplied with it. rimage properties CC lists the properties; Black and "
+       "colours\nthat are multiplied with it. rimage properties correct lists the properties; Black and "
        "White count when\nColorPoints is set.",
        1,
        {{"Brighter, with paler shadows",

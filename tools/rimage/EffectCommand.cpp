@@ -8,6 +8,7 @@
 #include <iterator>
 #include <memory>
 
+#include "EffectOperators.h"
 #include "FileFormats.h"
 #include "GraphFile.h"
 #include "GraphRun.h"
@@ -37,7 +38,7 @@ void CheckCount(const CLI::App& app, const EffectCommand& effect, std::size_t co
 Graph MakeGraph(const EffectCommand& effect, const Options& options) {
   GraphNode node;
   node.name = effect.name;
-  node.operatorName = effect.operatorName;
+  node.operatorName = OperatorOfCommand(effect.name);
   for (auto file = options.files.begin(); file != options.files.end() - 1; ++file) {
     CheckReader(*file);
     node.inputs.push_back(*file);
@@ -112,5 +113,5 @@ Command AddEffectCommand(CLI::App& app, const EffectCommand& effect) {
             CheckCount(*command, effect, options->files.size());
             return RunGraph(host, MakeGraph(effect, *options), {}, options->files.back(), options->effect);
           },
-          effect.examples, effect.operatorName};
+          effect.examples, OperatorOfCommand(effect.name)};
 }

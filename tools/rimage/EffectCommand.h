@@ -28,8 +28,7 @@ ExitCode RunGraph(Host& host, const Graph& graph, const std::vector<std::string>
 
 /// A sub-command that is one effect.
 struct EffectCommand {
-  const char* name;                 ///< of the sub-command
-  const char* operatorName;         ///< of the class
+  const char* name;                 ///< of the sub-command, one that `OperatorOfCommand` knows
   std::vector<const char*> inputs;  ///< names of the pictures that it reads, by input plug
   const char* help;
   const char* footer;

@@ -3,8 +3,9 @@
 #include <fmt/format.h>
 
 #include <QString>
+#include <algorithm>
+#include <array>
 #include <new>
-#include <string_view>
 
 #include "Suggestion.h"
 #include "rbaselib/RObjectRegistry.h"
@@ -13,6 +14,13 @@ namespace {
 
 constexpr const char* kGroup = "ArcStorable/ImageOperator";
 constexpr std::string_view kPrefix = "RImOp";
+
+struct EffectRow {
+  std::string_view command;
+  const char* className;
+};
+constexpr std::array kCommands{EffectRow{"blend", "RImOpBlend"}, EffectRow{"correct", "RImOpCC"},
+                               EffectRow{"key", "RImOpKeyer"}};
 
 std::string ShortName(const std::string& className) {
   return className.starts_with(kPrefix) ? className.substr(kPrefix.size()) : className;
@@ -32,12 +40,21 @@ std::vector<OperatorEntry> ListOperators() {
   return entries;
 }
 
+std::string OperatorOfCommand(std::string_view command) {
+  const auto* const row = std::ranges::find(kCommands, command, &EffectRow::command);
+  return row == kCommands.end() ? "" : row->className;
+}
+
 std::string FindOperator(const std::string& subject, const std::string& name) {
   std::vector<std::string> known;
   for (const OperatorEntry& entry : ListOperators()) {
     const std::string shortName = ShortName(entry.name);
     if (IsSame(name, entry.name) || IsSame(name, shortName)) return entry.name;
     known.insert(known.end(), {entry.name, shortName});
+  }
+  for (const EffectRow& row : kCommands) {
+    if (IsSame(name, std::string(row.command))) return row.className;
+    known.emplace_back(row.command);
   }
   const std::string hint = Suggest(name, known);
   throw Failure(ExitCode::kUsage, subject, fmt::format("unknown operator '{}'", Printable(name)),

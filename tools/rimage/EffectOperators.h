@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Failure.h"
@@ -17,8 +18,11 @@ struct OperatorEntry {
 /// Returns the effects in the order of their registration.
 std::vector<OperatorEntry> ListOperators();
 
+/// Returns the class name of the effect that a sub-command is; empty for other sub-commands.
+std::string OperatorOfCommand(std::string_view command);
+
 /// Returns the class name for a name as people write it: in any case, with or without what all of them begin
-/// with. Fails, naming `subject`, when there is no such effect.
+/// with, or the name of the sub-command. Fails, naming `subject`, when there is no such effect.
 std::string FindOperator(const std::string& subject, const std::string& name);
 
 /// Makes an effect of a registered class. What it draws with is chosen from the OpenGL context that is

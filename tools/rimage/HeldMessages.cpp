@@ -4,17 +4,23 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 
 namespace {
 bool gHolding = false;
 }
 
-HeldMessages::HeldMessages(bool withQt) : mWasHolding(gHolding) {
+HeldMessages* HeldMessages::sInnermost = nullptr;
+
+HeldMessages::HeldMessages(bool withQt) : mOuter(sInnermost), mWasHolding(gHolding) {
   mHeld = memfd_create("rimage-messages", MFD_CLOEXEC);
   if (mHeld < 0) return;
   mStandardError = dup(STDERR_FILENO);
   const bool isHeld = mStandardError >= 0 && dup2(mHeld, STDERR_FILENO) >= 0;
   gHolding = isHeld && withQt;
+  if (!isHeld) return;
+  sInnermost = this;
+  (void)std::signal(SIGABRT, PassOnAndAbort);
 }
 
 HeldMessages::~HeldMessages() {
@@ -28,6 +34,19 @@ void HeldMessages::Restore() {
   close(mStandardError);
   mStandardError = -1;
   gHolding = mWasHolding;
+  sInnermost = mOuter;
+}
+
+// A signal handler: nothing may allocate.
+void HeldMessages::PassOnAndAbort(int signal) {
+  std::array<char, 4096> part;
+  off_t done = 0;
+  for (ssize_t size = 0; sInnermost && (size = pread(sInnermost->mHeld, part.data(), part.size(), done)) > 0;
+       done += size) {
+    if (write(sInnermost->mStandardError, part.data(), static_cast<std::size_t>(size)) != size) break;
+  }
+  (void)std::signal(signal, SIG_DFL);
+  (void)raise(signal);
 }
 
 bool HeldMessages::IsHolding() { return gHolding; }

@@ -54,7 +54,8 @@ void PrintText(RImageOperator& op) {
 Command AddPropertiesCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("properties", "List the properties of an effect");
   const auto options = std::make_shared<Options>();
-  command->add_option("OPERATOR", options->name, "Effect, as rimage operators lists it")->type_name("");
+  command->add_option("OPERATOR", options->name, "Effect, by its sub-command or as rimage operators lists it")
+      ->type_name("");
   command->add_flag("--json", options->json, "Print JSON");
   return {command,
           [command, options](Host&) {

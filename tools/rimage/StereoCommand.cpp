@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 
+#include "Cg/cg.h"
 #include "Choice.h"
 #include "Commands.h"
 #include "FileFormats.h"
@@ -63,6 +64,14 @@ class WarningKeeper : public RMessageHandler {
   std::string mWarning;
 };
 
+/// Returns what the Cg runtime says of the last failure, and clears it; empty when there was none.
+std::string TakeCgError() {
+  CGerror error = CG_NO_ERROR;
+  const std::string text = cgGetLastErrorString(&error);
+  (void)cgGetError();  // some runtimes keep it until it is asked for so
+  return error == CG_NO_ERROR ? "" : text;
+}
+
 /// A view on a texture, the rows as the record has them: the bottom one first.
 class ViewTexture {
  public:
@@ -115,8 +124,11 @@ void Compose(const Options& options, RImage& left, RImage& right) {
   compositor.Process(options.mode, eOffscreenBuffer, leftTexture.Name(), rightTexture.Name(), options.xBase,
                      options.yBase, 0, 0, static_cast<unsigned int>(left.GetWidth()),
                      static_cast<unsigned int>(left.GetHeight()));
-  if (!warnings.Warning().empty())
-    throw Failure(ExitCode::kNoGpu, "stereo", Printable(warnings.Warning()), "rimage doctor tells more");
+  // The compositor warns of what fails in its set-up; drivers link programs only when they are drawn with.
+  const std::string drawing = TakeCgError();
+  const std::string failure = warnings.Warning().empty() ? drawing : warnings.Warning();
+  if (!failure.empty())
+    throw Failure(ExitCode::kNoGpu, "stereo", Printable(failure), "rimage doctor tells more");
   if (compositor.GetCompostionTextureId() == 0)
     throw Failure(ExitCode::kNoGpu, "stereo", "the graphics driver has no room for the frame");
   glBindTexture(GL_TEXTURE_2D, compositor.GetCompostionTextureId());
