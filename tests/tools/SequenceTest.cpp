@@ -428,6 +428,18 @@ TEST_F(Sequence, ProgressIsToldAsJson) {
   EXPECT_EQ(events[5].at("failed"), 1);
 }
 
+TEST_F(Sequence, NoTimeIsToldBeforeAFrameIsWritten) {
+  MakeFrames({2});
+  const auto result = Convert({"--frames", "1-2", "--progress=json", "--missing=skip"});
+  EXPECT_EQ(result.code, 0);
+  std::istringstream lines(result.errors);
+  std::string line;
+  ASSERT_TRUE(std::getline(lines, line));
+  EXPECT_TRUE(json::parse(line).at("seconds_left").is_null()) << line;
+  ASSERT_TRUE(std::getline(lines, line));
+  EXPECT_EQ(json::parse(line).at("seconds_left"), 0) << line;
+}
+
 // A terminal that keeps what is shown on it.
 class Terminal {
  public:
