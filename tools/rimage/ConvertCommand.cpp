@@ -53,7 +53,7 @@ std::vector<Step> MakeSteps(const CLI::App& command, const Options& options,
 }
 
 ExitCode Run(Host& host, const CLI::App& command, const Options& options, const FrameFiles& files) {
-  const std::string input = files.Name(options.input);
+  const std::string input = files.Input(options.input);
   const ReadOptions read = files.Reading(options.read);
   PrepareToRead(host, input, read);
   const OperationContext context{host, read, files};
@@ -62,7 +62,7 @@ ExitCode Run(Host& host, const CLI::App& command, const Options& options, const 
   NamingMemoryFailure(ExitCode::kRead, input, [&] {
     for (const Step& step : steps) step(picture);
   });
-  WritePicture(std::move(picture), files.Name(options.output), options.write);
+  WritePicture(std::move(picture), files.Output(), options.write);
   return ExitCode::kOk;
 }
 

@@ -51,18 +51,17 @@ Graph MakeGraph(const EffectCommand& effect, const Options& options) {
 Graph ForFrame(Graph graph, const FrameFiles& files) {
   for (GraphNode& node : graph.nodes) {
     for (std::string& input : node.inputs) {
-      if (!IsNodeName(input)) input = files.Name(input);
+      if (!IsNodeName(input)) input = files.Input(input);
     }
   }
   return graph;
 }
 
-ExitCode RunFrame(Host& host, const Graph& graph, const std::string& output, const EffectOptions& options,
-                  const FrameFiles& files) {
+ExitCode RunFrame(Host& host, const Graph& graph, const EffectOptions& options, const FrameFiles& files) {
   const ReadOptions read = files.Reading(options.read);
   PrepareToRead(host, "", read);
   GraphRun run(host, ForFrame(graph, files), options.gpu);
-  WritePicture(run.Evaluate(read), files.Name(output), options.write);
+  WritePicture(run.Evaluate(read), files.Output(), options.write);
   if (!options.save.empty()) WriteGraph(run.Record(), options.save);
   if (options.explain) (void)std::fputs(run.Explain().c_str(), stdout);
   return ExitCode::kOk;
@@ -95,7 +94,7 @@ ExitCode RunGraph(Host& host, const Graph& graph, const std::vector<std::string>
     }
     (void)host.FindGpu(options.gpu);
   };
-  task.run = [&](const FrameFiles& frame) { return RunFrame(host, graph, output, options, frame); };
+  task.run = [&](const FrameFiles& frame) { return RunFrame(host, graph, options, frame); };
   return RunFrames(options.sequence, task);
 }
 

@@ -31,8 +31,12 @@ std::optional<int> ClosestAfter(const std::string& pattern, int frame, std::span
 
 }  // namespace
 
+FrameFiles::FrameFiles(const FrameNames& names) : mOutput(names.output) {
+  for (const std::string& input : names.inputs) mInputs[input] = input;
+}
+
 FrameFiles::FrameFiles(const FrameNames& names, int frame, std::span<const int> frames, MissingPolicy policy)
-    : mHasFrame(true), mFrame(frame), mOutput(FrameName(names.output, frame)) {
+    : mFrame(frame), mOutput(FrameName(names.output, frame)) {
   for (const std::string& input : names.inputs) {
     mInputs[input] = FrameName(input, frame);
     if (IsFramePattern(input) && !Exists(mInputs[input])) Find(input, frames, policy);
@@ -66,12 +70,6 @@ bool FrameFiles::IsUpToDate() const {
     if (error || changed >= written) return false;
   }
   return true;
-}
-
-std::string FrameFiles::Name(const std::string& name) const {
-  const auto found = mInputs.find(name);
-  if (found != mInputs.end()) return found->second;
-  return mHasFrame ? FrameName(name, mFrame) : name;
 }
 
 ReadOptions FrameFiles::Reading(ReadOptions options) const {

@@ -23,11 +23,11 @@ struct FrameNames {
   std::string output;
 };
 
-/// The files of one frame: what the patterns that a command was given stand for. Without a frame every name
-/// stands for itself.
+/// The files of one frame: what the patterns that a command was given stand for.
 class FrameFiles {
  public:
-  FrameFiles() = default;
+  /// Without a frame every name stands for itself.
+  explicit FrameFiles(const FrameNames& names);
   /// Finds the files. Stand-ins are looked for among `frames`, which rise. Fails when a file is missing and
   /// the policy has nothing for it.
   FrameFiles(const FrameNames& names, int frame, std::span<const int> frames, MissingPolicy policy);
@@ -36,15 +36,16 @@ class FrameFiles {
   bool IsLeftOut() const { return mIsLeftOut; }
   /// Whether the output is there, not empty, and newer than everything that the frame reads.
   bool IsUpToDate() const;
-  /// Returns the file that a name stands for. One that is read must be among the names that were given.
-  std::string Name(const std::string& name) const;
+  /// Returns the file that is read for a name, which must be among those that were given.
+  const std::string& Input(const std::string& name) const { return mInputs.at(name); }
+  /// Returns the file that is written, which is the frame's own whatever stands in for what it reads.
+  const std::string& Output() const { return mOutput; }
   /// Returns how to read the frame's files.
   ReadOptions Reading(ReadOptions options) const;
 
  private:
   void Find(const std::string& pattern, std::span<const int> frames, MissingPolicy policy);
 
-  bool mHasFrame = false;
   int mFrame = 0;
   bool mIsLeftOut = false;
   std::string mOutput;

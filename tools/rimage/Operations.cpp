@@ -143,7 +143,7 @@ void KeepFieldType(RImage& from, RImage& to) {
 }
 
 Step MakeMergeAlpha(const std::string& value, const OperationContext& context) {
-  const std::string name = context.files.Name(value);
+  const std::string name = context.files.Input(value);
   PrepareToRead(context.host, name, context.readOptions);
   return [name, context](Picture& picture) {
     RImage& image = *picture.image;

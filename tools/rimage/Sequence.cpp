@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "Choice.h"
+#include "FrameOverlap.h"
 #include "FrameWorker.h"
 
 namespace {
@@ -51,10 +52,34 @@ Shard ReadShard(const SequenceOptions& options) {
   return *shard;
 }
 
-void CheckOutput(const FrameTask& task, std::size_t frames) {
-  if (frames < 2 || IsFramePattern(task.names.output)) return;
-  throw Failure(ExitCode::kUsage, task.names.output, "every frame would replace the one before",
-                "a name such as out.####.png has one file a frame");
+// Frames are worked on in any order, so that none may read what another one writes. What replaces itself is
+// no longer what it was once it is written, and cannot stand in for another frame or tell that it is done.
+void CheckNames(const SequenceOptions& options, const FrameNames& names, const std::vector<int>& frames) {
+  constexpr const char* kHint = "another name for OUT keeps it";
+  if (frames.size() > 1 && !IsFramePattern(names.output)) {
+    throw Failure(ExitCode::kUsage, names.output, "every frame would replace the one before",
+                  "a name such as out.####.png has one file a frame");
+  }
+  const auto overlap = FindOverlap(names, frames);
+  if (!overlap) return;
+  if (!overlap->IsInPlace()) {
+    throw Failure(
+        ExitCode::kUsage, overlap->file,
+        fmt::format("frame {} would replace it, and frame {} reads it", overlap->writer, overlap->reader),
+        kHint);
+  }
+  const std::string file = Printable(overlap->file);
+  if (options.missing == MissingPolicy::kHold || options.missing == MissingPolicy::kBlack) {
+    throw Failure(ExitCode::kUsage, "--missing",
+                  fmt::format("frames that replace themselves, such as {}, cannot stand in for others", file),
+                  kHint);
+  }
+  if (options.resume) {
+    throw Failure(
+        ExitCode::kUsage, "--resume",
+        fmt::format("frames that replace themselves, such as {}, do not tell whether they are done", file),
+        kHint);
+  }
 }
 
 // The frames of one run at work.
@@ -214,9 +239,9 @@ void AddSequenceOptions(CLI::App& app, SequenceOptions& options) {
 ExitCode RunFrames(const SequenceOptions& options, const FrameTask& task) {
   if (!options.IsGiven()) {
     task.prepare();
-    return task.run(FrameFiles());
+    return task.run(FrameFiles(task.names));
   }
   auto frames = ListFrames(options, task.names);
-  CheckOutput(task, frames.size());
+  CheckNames(options, task.names, frames);
   return SequenceRun(options, task, std::move(frames)).Run();
 }

@@ -162,7 +162,8 @@ void Prepare(Host& host, const Options& options) {
 
 // The options with the files of one frame.
 Options ForFrame(Options options, const FrameFiles& files) {
-  for (std::string* name : {&options.left, &options.right, &options.out}) *name = files.Name(*name);
+  for (std::string* name : {&options.left, &options.right}) *name = files.Input(*name);
+  options.out = files.Output();
   options.read = files.Reading(options.read);
   return options;
 }
