@@ -110,6 +110,7 @@ TEST(Completion, OffersOperatorsAndFiles) {
   EXPECT_EQ(OfferFor({"convert", ""}).files,
             "files bmp dds iff jpeg jpg pic png rgb rgba sgi svg tga tif tiff yuv");
   EXPECT_EQ(OfferFor({"graph", ""}).files, "files json");
+  EXPECT_EQ(OfferFor({"correct", "--save", ""}).files, "files json");
   EXPECT_THAT(OfferFor({"graph", "g.json", ""}).files, StartsWith("files bmp "));
   EXPECT_EQ(OfferFor({"compare", "a.png", "b.png", "--diff", ""}).files, "files");
   EXPECT_EQ(OfferFor({"formats", ""}).files, "words");

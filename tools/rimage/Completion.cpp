@@ -60,6 +60,7 @@ Completion CompleteValue(const CommandRow& command, const OptionRow& option, con
   for (const std::string& choice : option.Choices()) completion.words.push_back({choice, ""});
   if (option.value == "NAME=VALUE") return CompleteSetting(command.effect, word);
   if (option.value == "FILE" || option.value == "OUT") completion.files = true;
+  if (option.value == "GRAPH") completion = {.files = true, .extensions = {"json"}};
   if (option.value == "LIST") completion.words.push_back({"all", "those that the input finds"});
   return completion;
 }

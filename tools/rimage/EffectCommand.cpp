@@ -7,11 +7,15 @@
 #include <cstdio>
 #include <iterator>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "EffectOperators.h"
 #include "FileFormats.h"
 #include "GraphFile.h"
 #include "GraphRun.h"
+#include "OutputFile.h"
+#include "RealNames.h"
 
 namespace {
 
@@ -60,11 +64,30 @@ Graph ForFrame(Graph graph, const FrameFiles& files) {
 ExitCode RunFrame(Host& host, const Graph& graph, const EffectOptions& options, const FrameFiles& files) {
   const ReadOptions read = files.Reading(options.read);
   PrepareToRead(host, "", read);
+  // Neither file takes its place before the other one is sure to.
+  std::optional<OutputFile> saved;
+  if (!options.save.empty()) saved.emplace(options.save);
   GraphRun run(host, ForFrame(graph, files), options.gpu);
-  WritePicture(run.Evaluate(read), files.Output(), options.write);
-  if (!options.save.empty()) WriteGraph(run.Record(), options.save);
+  Picture picture = run.Evaluate(read);
+  if (saved) NamingMemoryFailure(ExitCode::kWrite, options.save, [&] { WriteGraph(run.Record(), *saved); });
+  WritePicture(std::move(picture), files.Output(), options.write);
+  if (saved) saved->Commit();
   if (options.explain) (void)std::fputs(run.Explain().c_str(), stdout);
   return ExitCode::kOk;
+}
+
+// The graph must replace none of the files that make it.
+void CheckSave(const std::string& save, const FrameNames& names) {
+  if (ExtensionOf(save) != "json") {
+    throw Failure(ExitCode::kUsage, "--save", fmt::format("wrong value '{}'", Printable(save)),
+                  "a name that ends in .json");
+  }
+  const bool isRead =
+      std::ranges::any_of(names.inputs, [&](const std::string& input) { return IsSameFile(input, save); });
+  if (!isRead && !IsSameFile(names.output, save)) return;
+  throw Failure(ExitCode::kUsage, "--save",
+                fmt::format("{} is {}", Printable(save), isRead ? "a file that is read" : "OUT"),
+                "the graph needs a file of its own");
 }
 
 }  // namespace
@@ -73,8 +96,9 @@ void AddEffectOptions(CLI::App& app, EffectOptions& options) {
   AddGpuOption(app, options.gpu);
   app.add_flag("--explain", options.explain,
                "Tell what each effect reads, what it draws with and why, in which form and how large");
-  app.add_option("--save", options.save, "Write the graph, with all properties, for rimage graph")
-      ->type_name("FILE");
+  app.add_option("--save", options.save,
+                 "Write the graph, with all properties, for rimage graph; its name ends in .json")
+      ->type_name("GRAPH");
   AddReadOptions(app, options.read);
   AddWriteOptions(app, options.write);
   AddSequenceOptions(app, options.sequence);
@@ -87,7 +111,10 @@ ExitCode RunGraph(Host& host, const Graph& graph, const std::vector<std::string>
     std::ranges::remove_copy_if(node.inputs, std::back_inserter(task.names.inputs), IsNodeName);
   task.prepare = [&] {
     CheckWriter(output);
-    if (!options.sequence.IsGiven()) return;
+    if (!options.sequence.IsGiven()) {
+      if (!options.save.empty()) CheckSave(options.save, task.names);
+      return;
+    }
     if (options.explain || !options.save.empty()) {
       throw Failure(ExitCode::kUsage, options.explain ? "--explain" : "--save", "it is for one picture",
                     "leave out --frames");

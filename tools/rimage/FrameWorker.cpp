@@ -28,20 +28,20 @@ bool ReceiveWhole(int socket, T& message) {
   return size == static_cast<ssize_t>(sizeof(T));
 }
 
-TemporaryName* MakeSharedName() {
+TemporaryNames* MakeSharedNames() {
   void* memory =
-      mmap(nullptr, sizeof(TemporaryName), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  return memory == MAP_FAILED ? nullptr : new (memory) TemporaryName{};
+      mmap(nullptr, sizeof(TemporaryNames), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  return memory == MAP_FAILED ? nullptr : new (memory) TemporaryNames{};
 }
 
 }  // namespace
 
 FrameWorker::FrameWorker(const std::function<FrameResult(int)>& work) {
   std::array<int, 2> ends = {-1, -1};
-  mTemporary = MakeSharedName();
+  mTemporaries = MakeSharedNames();
   mMessages = memfd_create("rimage-messages", MFD_CLOEXEC);
-  const bool ready =
-      mTemporary && mMessages >= 0 && socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0;
+  const bool ready = mTemporaries && mMessages >= 0 &&
+                     socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == 0;
   mSocket = ends[0];
   if (ready) {
     (void)std::fflush(nullptr);  // or the copy would hold the same text
@@ -60,13 +60,13 @@ FrameWorker::~FrameWorker() {
   if (mProcess > 0) (void)WaitForEnd();
   if (mSocket >= 0) close(mSocket);
   if (mMessages >= 0) close(mMessages);
-  if (mTemporary) munmap(mTemporary, sizeof(TemporaryName));
+  if (mTemporaries) munmap(mTemporaries, sizeof(TemporaryNames));
 }
 
 void FrameWorker::Serve(const std::function<FrameResult(int)>& work, int socket) {
   close(mSocket);
   dup2(mMessages, STDERR_FILENO);
-  KeepTemporaryFileIn(*mTemporary);
+  KeepTemporaryFilesIn(*mTemporaries);
   int frame = 0;
   while (ReceiveWhole(socket, frame)) {
     const FrameResult result = work(frame);
@@ -99,7 +99,7 @@ std::string FrameWorker::WaitForEnd() {
   const InterruptionsHeld held;
   ForgetChild(mProcess);
   mProcess = -1;
-  if ((*mTemporary)[0] != '\0') unlink(mTemporary->data());
+  RemoveTemporaryFiles(*mTemporaries);
   return DescribeEnd(status);
 }
 

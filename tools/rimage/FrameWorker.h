@@ -44,7 +44,7 @@ class FrameWorker {
 
   pid_t mProcess = -1;
   int mSocket = -1;
-  int mMessages = -1;                   // a file in memory that is the copy's standard error
-  TemporaryName* mTemporary = nullptr;  // the copy's temporary file, in memory that both see
+  int mMessages = -1;                      // a file in memory that is the copy's standard error
+  TemporaryNames* mTemporaries = nullptr;  // the copy's temporary files, in memory that both see
   std::optional<int> mFrame;
 };

@@ -12,7 +12,6 @@
 #include <sstream>
 
 #include "EffectOperators.h"
-#include "OutputFile.h"
 #include "Suggestion.h"
 
 namespace {
@@ -192,14 +191,14 @@ Graph ReadGraph(const std::string& path) {
   return graph;
 }
 
-void WriteGraph(const Graph& graph, const std::string& path) {
+void WriteGraph(const Graph& graph, OutputFile& output) {
+  const std::string& path = output.Name();
   Json json = {{"nodes", Json::object()}};
   for (const GraphNode& node : graph.nodes) json["nodes"][node.name] = ToJson(node, path);
   if (!graph.output.empty()) json["output"] = graph.output;
-  OutputFile output(path);
   std::ofstream file(output.TemporaryPath(), std::ios::binary);
   file << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
   file.close();
   if (!file) throw Failure(ExitCode::kWrite, path, output.FindReason());
-  output.Commit();
+  output.Complete();
 }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Graph.h"
+#include "OutputFile.h"
 
 /// Reads a graph from JSON:
 ///
@@ -15,6 +16,6 @@
 /// known or written twice.
 Graph ReadGraph(const std::string& path);
 
-/// Writes a graph so that `ReadGraph` brings the same one back. A failure leaves an earlier file of that name
-/// as it was.
-void WriteGraph(const Graph& graph, const std::string& path);
+/// Writes a graph so that `ReadGraph` brings the same one back. The file is complete then, and takes the
+/// place of an earlier one when the caller commits it.
+void WriteGraph(const Graph& graph, OutputFile& output);

@@ -12,8 +12,8 @@ namespace {
 constexpr std::array kInterruptions = {SIGINT, SIGTERM, SIGHUP};
 
 // For the signal handler, which may use nothing that allocates or locks.
-TemporaryName gOwnTemporary = {};
-TemporaryName* gTemporary = &gOwnTemporary;
+TemporaryNames gOwnTemporaries = {};
+TemporaryNames* gTemporaries = &gOwnTemporaries;
 std::array<pid_t, kMostChildren> gChildren = {};
 
 extern "C" void HandleInterruption(int signal) {
@@ -25,7 +25,7 @@ extern "C" void HandleInterruption(int signal) {
     while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
     }
   }
-  if ((*gTemporary)[0] != '\0') unlink(gTemporary->data());
+  RemoveTemporaryFiles(*gTemporaries);
   _exit(128 + signal);
 }
 
@@ -55,9 +55,19 @@ void InstallInterruptHandlers() {
   std::signal(SIGXFSZ, SIG_IGN);
 }
 
-TemporaryName& TemporaryFile() { return *gTemporary; }
+TemporaryName& NoteTemporaryFile(std::string_view name) {
+  TemporaryName& note = (*gTemporaries)[0][0] == '\0' ? (*gTemporaries)[0] : (*gTemporaries)[1];
+  note.at(name.copy(note.data(), name.size())) = '\0';
+  return note;
+}
 
-void KeepTemporaryFileIn(TemporaryName& name) { gTemporary = &name; }
+void KeepTemporaryFilesIn(TemporaryNames& names) { gTemporaries = &names; }
+
+void RemoveTemporaryFiles(const TemporaryNames& names) {
+  for (const TemporaryName& name : names) {
+    if (name[0] != '\0') unlink(name.data());
+  }
+}
 
 bool NoteChild(pid_t child) { return Replace(0, child); }
 
@@ -66,6 +76,8 @@ void ForgetChild(pid_t child) { (void)Replace(child, 0); }
 void StartAsChild() {
   prctl(PR_SET_PDEATHSIG, SIGTERM);
   gChildren = {};
+  gOwnTemporaries = {};
+  gTemporaries = &gOwnTemporaries;
   Handle(SIGTERM);
 }
 

@@ -6,23 +6,29 @@
 #include <array>
 #include <climits>
 #include <csignal>
+#include <string_view>
 
 /// The most processes that `NoteChild` takes.
 inline constexpr int kMostChildren = 256;
 
-/// The name of a file that must not stay, or the empty string.
+/// The names of files that must not stay, or empty strings. A picture and a graph are written at a time.
 using TemporaryName = std::array<char, PATH_MAX>;
+using TemporaryNames = std::array<TemporaryName, 2>;
 
-/// From now on an interruption ends the noted processes, removes the noted file and ends this process with
+/// From now on an interruption ends the noted processes, removes the noted files and ends this process with
 /// 128 plus the signal's number, and a file that grows over the size limit fails like any other write. An
 /// interruption that the caller has switched off stays off.
 void InstallInterruptHandlers();
 
-/// The file that an interruption removes. It may be changed while interruptions are held back only.
-TemporaryName& TemporaryFile();
+/// Notes a file that an interruption removes. There must be room for the note and its name, and interruptions
+/// must be held back, also while the caller clears the note by its first character.
+TemporaryName& NoteTemporaryFile(std::string_view name);
 
-/// Keeps the name of that file in other memory from now on, such as memory shared with another process.
-void KeepTemporaryFileIn(TemporaryName& name);
+/// Keeps the notes of such files in other memory from now on, such as memory shared with another process.
+void KeepTemporaryFilesIn(TemporaryNames& names);
+
+/// Removes the files that are noted.
+void RemoveTemporaryFiles(const TemporaryNames& names);
 
 /// Notes a process that an interruption ends and waits for; false when there are too many.
 bool NoteChild(pid_t child);

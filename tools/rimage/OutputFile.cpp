@@ -9,12 +9,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
 
 #include "Failure.h"
 #include "FileFormats.h"
-#include "Interruption.h"
+#include "RealNames.h"
 
 namespace {
 
@@ -43,18 +41,11 @@ class Descriptor {
   throw Failure(ExitCode::kWrite, name, reason, hint);
 }
 
-// Follows symbolic links, also to a file that is not there yet.
-std::string FollowLinks(const std::string& name) {
-  constexpr int kMostLinks = 40;
-  std::filesystem::path path(name);
+std::string TargetOf(const std::string& name) {
   std::error_code error;
-  for (int links = 0; std::filesystem::is_symlink(path, error); ++links) {
-    if (links == kMostLinks) Fail(name, ErrorText(ELOOP));
-    const auto next = std::filesystem::read_symlink(path, error);
-    if (error) Fail(name, error.message());
-    path = path.parent_path() / next;
-  }
-  return path.string();
+  const std::string target = FollowLinks(name, error).string();
+  if (error) Fail(name, ErrorText(error.value()));
+  return target;
 }
 
 std::string FolderOf(const std::string& path) {
@@ -93,12 +84,11 @@ bool Synchronise(int file) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& target) : mName(target), mTarget(PlainPath(FollowLinks(target))) {
+OutputFile::OutputFile(const std::string& target) : mName(target), mTarget(PlainPath(TargetOf(target))) {
   CheckTarget(mName, mTarget);
   const std::string suffix = '.' + ExtensionOf(mName);
   const std::string folder = FolderOf(mTarget);
   std::string pattern = folder + "/.rimage-XXXXXX" + suffix;
-  if (pattern.size() >= TemporaryFile().size()) Fail(mName, ErrorText(ENAMETOOLONG));
   const InterruptionsHeld held;
   const int file = mkstemps(pattern.data(), static_cast<int>(suffix.size()));
   if (file < 0) {
@@ -110,25 +100,30 @@ OutputFile::OutputFile(const std::string& target) : mName(target), mTarget(Plain
   }
   close(file);
   mTemporary = pattern;
-  std::memcpy(TemporaryFile().data(), pattern.c_str(), pattern.size() + 1);
+  mNote = &NoteTemporaryFile(mTemporary);
 }
 
 OutputFile::~OutputFile() {
   if (mTemporary.empty()) return;
   const InterruptionsHeld held;
   unlink(mTemporary.c_str());
-  TemporaryFile()[0] = '\0';
+  (*mNote)[0] = '\0';
 }
 
-void OutputFile::Commit() {
+void OutputFile::Complete() {
   Descriptor file(mTemporary.c_str(), O_WRONLY);
   if (file.Get() < 0 || !CopyPermissions(file.Get(), mTarget) || !Synchronise(file.Get()) || !file.Close()) {
     Fail(mName, ErrorText(errno));
   }
+  mIsComplete = true;
+}
+
+void OutputFile::Commit() {
+  if (!mIsComplete) Complete();
   const InterruptionsHeld held;
   if (rename(mTemporary.c_str(), mTarget.c_str()) != 0) Fail(mName, ErrorText(errno));
   mTemporary.clear();
-  TemporaryFile()[0] = '\0';
+  (*mNote)[0] = '\0';
 }
 
 std::string OutputFile::FindReason() const {
