@@ -2,11 +2,24 @@
 """Checks that libraries and programs are hardened. Usage: hardening.py [--optimised] FILE...
 
 Relocations are resolved at the start and read-only afterwards, the stack is not executable, programs run at any address,
-functions with buffers check the stack, and with --optimised the checked functions of the C library and those of the C++
-library are called by one of the files at least."""
+functions with buffers check the stack, and with --optimised each file calls the checked functions of the C library and
+the checks of the C++ library, but for those of which UNCHECKED tells why they call none."""
+import pathlib
 import re
 import subprocess
 import sys
+
+
+CHECKS = {
+    "C": (r"__(?!stack)\w+_chk", "calls no checked function of the C library"),
+    "C++": (r"\w*__glibcxx_assert_fail\w*", "checks no index of the C++ library"),
+}
+# Files without such calls, by what they are called before their ending.
+UNCHECKED = {
+    ("librgl", "C"),  # passes OpenGL's calls on: neither memory nor text of its own
+    ("librgl", "C++"),  # has no container
+    ("libqrimage", "C"),  # copies only into buffers of Qt, whose sizes the compiler does not know
+}
 
 
 def output(*command):
@@ -38,17 +51,23 @@ def undefined(path):
     return {name.split("@")[0] for name in names}
 
 
+def unchecked_faults_of(path):
+    """Yields which checks an optimised file lacks, or has although it is said to have none."""
+    used = undefined(path)
+    stem = pathlib.Path(path).name.partition(".so")[0]
+    for kind, (pattern, fault) in CHECKS.items():
+        has = any(re.fullmatch(pattern, name) for name in used)
+        if has == ((stem, kind) in UNCHECKED):
+            yield f"its entry for {kind} in UNCHECKED is out of date" if has else fault
+
+
 def main():
     arguments = sys.argv[1:]
     optimised = "--optimised" in arguments
     paths = [argument for argument in arguments if argument != "--optimised"]
     faults = [f"{path}: {fault}" for path in paths for fault in faults_of(path)]
     if optimised:
-        used = set().union(*(undefined(path) for path in paths))
-        if not any(re.fullmatch(r"__\w+_chk", name) for name in used):
-            faults.append("no file calls a checked function of the C library")
-        if not any("__glibcxx_assert_fail" in name for name in used):
-            faults.append("no file checks indices of the C++ library")
+        faults += [f"{path}: {fault}" for path in paths for fault in unchecked_faults_of(path)]
     print("\n".join(faults) or f"{len(paths)} files are hardened")
     return 1 if faults or not paths else 0
 
