@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QImageIOHandler>
 #include <QImageReader>
 #include <QImageWriter>
 #include <algorithm>
@@ -57,15 +58,25 @@ kFileKind UsableKindOf(const QByteArray& suffix, const QList<QByteArray>& qtForm
   return listed ? KindOf(suffix) : kFileNone;
 }
 
+// Reads the picture that `reader` found to be of `format`.
+QImage Read(QImageReader& reader, const QByteArray& format) {
+  QImage image;
+  // Qt's BMP reader leaves pixels that the file does not tell as the memory happened to be, which is for
+  // nobody to see. It draws into an image that has the right size and layout.
+  if (format == "bmp" && QImageIOHandler::allocateImage(reader.size(), reader.imageFormat(), &image))
+    image.fill(0);
+  return reader.read(&image) ? image : QImage();
+}
+
 QImage Load(const QString& path, kFileKind kind) {
   QImageReader reader(path);
   // Text in a vector file aborts the process when there is no GUI application. The contents decide what a
   // file is, not its suffix.
   const bool canDrawText = qobject_cast<QGuiApplication*>(QCoreApplication::instance()) != nullptr;
-  const QByteArray format = canDrawText ? QByteArray("any") : reader.format();
-  if (format.startsWith("svg")) return {};
+  const QByteArray format = reader.format();
+  if (!canDrawText && format.startsWith("svg")) return {};
   // Without a format nobody reads the file; the reader would look for one a second time.
-  QImage loaded = format.isEmpty() ? QImage() : reader.read();
+  QImage loaded = format.isEmpty() ? QImage() : Read(reader, format);
   // Deliberate: icons come with the suffix bmp, too.
   if (loaded.isNull() && kind == kFileBmp) loaded = QImageReader(path, "ico").read();
   return loaded;

@@ -1,6 +1,7 @@
 #include "streams/RImageStreamQT.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <QFileInfo>
 #include <QImageReader>
@@ -328,6 +329,50 @@ TEST_F(StreamTest, ContentsDecideNotTheSuffix) {
   std::filesystem::rename(mFolder.Path("a.bmp"), mFolder.Path("a.tga"));
   ASSERT_TRUE(Open(mFolder.Path("a.tga")));
   EXPECT_EQ(Image()->GetWidth(), 4);
+}
+
+// --- Pixels that a file does not tell.
+
+// Fills memory that is allocated, so that what nobody wrote is seen.
+class DirtyMemory {
+ public:
+  DirtyMemory() { mallopt(M_PERTURB, 0x5A); }
+  ~DirtyMemory() { mallopt(M_PERTURB, 0); }
+  DirtyMemory(const DirtyMemory&) = delete;
+  DirtyMemory& operator=(const DirtyMemory&) = delete;
+};
+
+TEST_F(StreamTest, RowsThatABmpFileLacksAreBlack) {
+  ASSERT_TRUE(test::MakePattern(QImage::Format_RGB32, 4, 6).save(ToQt(mFolder.Path("a.bmp"))));
+  Bytes bytes = test::ReadFile(mFolder.Path("a.bmp"));
+  ASSERT_TRUE(Open(mFolder.Path("a.bmp")));
+  Bytes expected = BytesOf(*mStream.GetImage(false));
+  // The last two rows of the file, of four pixels, are the top ones.
+  bytes.resize(bytes.size() - 2 * 4 * 3);
+  for (std::size_t i = expected.size() - 2 * 4 * 4; i < expected.size(); ++i)
+    expected[i] = i % 4 == 3 ? 255 : 0;
+  const DirtyMemory dirty;
+  ASSERT_TRUE(OpenBytes("cut.bmp", bytes));
+  EXPECT_EQ(BytesOf(*mStream.GetImage(false)), expected);
+}
+
+TEST_F(StreamTest, PixelsThatABmpFileSkipsHaveTheFirstColor) {
+  constexpr unsigned char kWidth = 3;
+  constexpr unsigned char kHeight = 2;
+  const Bytes header = {
+      'B', 'M', 74, 0, 0,      0,  0,  0, 0,       0, 62, 0, 0, 0,        // where the pixels begin
+      40,  0,   0,  0, kWidth, 0,  0,  0, kHeight, 0, 0,  0,              // sizes
+      1,   0,   8,  0, 1,      0,  0,  0, 12,      0, 0,  0,              // run lengths of 8 bits
+      0,   0,   0,  0, 0,      0,  0,  0, 2,       0, 0,  0, 0, 0, 0, 0,  // two colors
+      30,  20,  10, 0, 60,     50, 40, 0};
+  // Skips a pixel and a row, and writes two pixels there.
+  const Bytes runs = {0, 2, 1, 1, 2, 1, 0, 1};
+  Bytes bytes = header;
+  bytes.insert(bytes.end(), runs.begin(), runs.end());
+  const DirtyMemory dirty;
+  ASSERT_TRUE(OpenBytes("skips.bmp", bytes));
+  EXPECT_EQ(BytesOf(*mStream.GetImage(false)),
+            (Bytes{10, 20, 30, 10, 20, 30, 10, 20, 30, 10, 20, 30, 40, 50, 60, 40, 50, 60}));
 }
 
 // --- Icons with the suffix bmp.
