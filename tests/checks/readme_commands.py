@@ -11,26 +11,31 @@ import subprocess
 import sys
 
 
-def commands_of(readme):
-    """Returns the lines of the indented block that sets the path, as a person would type them."""
-    block = re.search(r"^    export PATH=.*?\n(?=^\S)", readme, re.MULTILINE | re.DOTALL)
+def commands_of(readme, start):
+    """Returns the lines of the indented block with that start, as a person would type them."""
+    block = re.search(rf"^    {re.escape(start)}.*?\n(?=^\S)", readme, re.MULTILINE | re.DOTALL)
     return [line.strip() for line in block.group(0).splitlines() if line.strip()]
+
+
+def run(lines, folder):
+    """Types lines until one fails, and returns whether none did."""
+    # Each line is named before it runs, so that a failure tells where.
+    script = "set -e\n" + "".join(f"echo '+' {number}\n{line}\n" for number, line in enumerate(lines))
+    done = subprocess.run(["bash", "-c", script], cwd=folder, stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    if done.returncode != 0:
+        last = int(re.findall(r"^\+ (\d+)$", done.stdout, re.MULTILINE)[-1])
+        print(f"{lines[last]}\nended with {done.returncode}\n{done.stderr}")
+    return done.returncode == 0
 
 
 def main():
     tool, root, work = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
-    lines = commands_of((root / "README.md").read_text())
+    lines = commands_of((root / "README.md").read_text(), "export PATH=")
     shutil.rmtree(work, ignore_errors=True)
     (work / "build/dev/bin").mkdir(parents=True)
     (work / "build/dev/bin/rimage").symlink_to(tool)
     shutil.copytree(root / "samples", work / "samples")
-    # Each line is named before it runs, so that a failure tells where.
-    script = "set -e\n" + "".join(f"echo '+' {number}\n{line}\n" for number, line in enumerate(lines))
-    done = subprocess.run(["bash", "-c", script], cwd=work, stdin=subprocess.DEVNULL, capture_output=True, text=True)
-    failed = done.returncode != 0
-    if failed:
-        last = int(re.findall(r"^\+ (\d+)$", done.stdout, re.MULTILINE)[-1])
-        print(f"{lines[last]}\nended with {done.returncode}\n{done.stderr}")
+    failed = not run(lines, work)
     used = {name for line in lines for name in re.findall(r"^rimage (\w+)", line)}
     named = re.findall(r"\.\./(out/[\w.#-]+\.\w+)", "\n".join(lines))
     made = [work / name.replace("####", "0001") for name in named]
