@@ -234,18 +234,11 @@ INSTANTIATE_TEST_SUITE_P(
                 {"--gpu=never"},
                 5,
                 "blend: RImOpBlend runs with OpenGL only: switched off with --gpu=never"},
-        Mistake{"gpuMode",
-                {"--gpu=allways"},
-                2,
-                "command line: --gpu: wrong value 'allways' (known: auto, never, require)"},
-        Mistake{"mistypedGpuMode",
-                {"--gpu=requier"},
-                2,
-                "command line: --gpu: wrong value 'requier' (did you mean require?)"},
-        Mistake{"gpuNumber",
-                {"--gpu=1"},
-                2,
-                "command line: --gpu: wrong value '1' (known: auto, never, require)"},
+        Mistake{
+            "gpuMode", {"--gpu=allways"}, 2, "--gpu: wrong value 'allways' (known: auto, never, require)"},
+        Mistake{
+            "mistypedGpuMode", {"--gpu=requier"}, 2, "--gpu: wrong value 'requier' (did you mean require?)"},
+        Mistake{"gpuNumber", {"--gpu=1"}, 2, "--gpu: wrong value '1' (known: auto, never, require)"},
         Mistake{"surplus", {"one-more.png"}, 2, "blend: 4 files are too many (A B OUT)"},
         Mistake{"missingPicture", {}, 3, "none.png: No such file or directory"}),
     [](const auto& row) { return row.param.name; });

@@ -122,28 +122,120 @@ INSTANTIATE_TEST_SUITE_P(
             "graphWithoutOutput", {"graph", "g.json"}, "rimage: graph: OUT is missing (rimage graph --help)"},
         Mistake{"missingValue",
                 {"convert", "a.png", "b.png", "--resize"},
-                "rimage: command line: --resize: 1 required WxH missing"}),
+                "rimage: --resize: the value is missing (WxH)"}),
     [](const auto& row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     Words, Mistakes,
-    testing::Values(
-        Mistake{"gpu",
-                {"convert", "a.png", "b.png", "--gpu=nevr"},
-                "rimage: command line: --gpu: wrong value 'nevr' (did you mean never?)"},
-        Mistake{"missing",
-                {"convert", "a.png", "b.png", "--frames=1", "--missing=holt"},
-                "rimage: command line: --missing: wrong value 'holt' (did you mean hold?)"},
-        Mistake{"progress",
-                {"convert", "a.png", "b.png", "--frames=1", "--progress=jsn"},
-                "rimage: command line: --progress: wrong value 'jsn' (did you mean json?)"},
-        Mistake{"mode",
-                {"stereo", "a.png", "b.png", "c.png", "--mode=checkerbord"},
-                "rimage: command line: --mode: wrong value 'checkerbord' (did you mean checkerboard?)"},
-        Mistake{"farWord",
-                {"convert", "a.png", "b.png", "--frames=1", "--missing=quietly"},
-                "rimage: command line: --missing: wrong value 'quietly' (known: black, error, hold, skip)"}),
+    testing::Values(Mistake{"gpu",
+                            {"convert", "a.png", "b.png", "--gpu=nevr"},
+                            "rimage: --gpu: wrong value 'nevr' (did you mean never?)"},
+                    Mistake{"missing",
+                            {"convert", "a.png", "b.png", "--frames=1", "--missing=holt"},
+                            "rimage: --missing: wrong value 'holt' (did you mean hold?)"},
+                    Mistake{"progress",
+                            {"convert", "a.png", "b.png", "--frames=1", "--progress=jsn"},
+                            "rimage: --progress: wrong value 'jsn' (did you mean json?)"},
+                    Mistake{"mode",
+                            {"stereo", "a.png", "b.png", "c.png", "--mode=checkerbord"},
+                            "rimage: --mode: wrong value 'checkerbord' (did you mean checkerboard?)"},
+                    Mistake{"farWord",
+                            {"convert", "a.png", "b.png", "--frames=1", "--missing=quietly"},
+                            "rimage: --missing: wrong value 'quietly' (known: black, error, hold, skip)"}),
     [](const auto& row) { return row.param.name; });
+
+// The subject is the option, whatever is wrong with it.
+INSTANTIATE_TEST_SUITE_P(
+    Options, Mistakes,
+    testing::Values(
+        Mistake{"negative",
+                {"convert", "a.dds", "b.png", "--level", "-1"},
+                "rimage: --level: wrong value '-1' (a whole number from 0 up)"},
+        Mistake{"fraction",
+                {"info", "a.dds", "--slice=1.5"},
+                "rimage: --slice: wrong value '1.5' (a whole number from 0 up)"},
+        Mistake{"octal",
+                {"info", "a.dds", "--max-memory=0x10"},
+                "rimage: --max-memory: wrong value '0x10' (a whole number from 1 to 1048576)"},
+        Mistake{"tooLarge",
+                {"info", "a.dds", "--slice=2147483648"},
+                "rimage: --slice: wrong value '2147483648' (a whole number from 0 up)"},
+        Mistake{"farTooLarge",
+                {"info", "a.png", "--max-seconds=99999999999999999999"},
+                "rimage: --max-seconds: wrong value '99999999999999999999' (a whole number from 1 to 86400)"},
+        Mistake{"word",
+                {"convert", "a.png", "b.jpg", "--quality", "abc"},
+                "rimage: --quality: wrong value 'abc' (a whole number from 0 to 100)"},
+        Mistake{"controlCharacters",
+                {"convert", "a.png", "b.jpg", "--quality", "1\n"},
+                "rimage: --quality: wrong value '1\\n' (a whole number from 0 to 100)"},
+        Mistake{"twoSigns",
+                {"compare", "a.png", "b.png", "--tolerance=+-1"},
+                "rimage: --tolerance: wrong value '+-1' (a whole number from 0 to 255)"},
+        Mistake{"face",
+                {"info", "a.dds", "--face", "up"},
+                "rimage: --face: wrong value 'up' (+x, -x, +y, -y, +z, -z or a whole number from 0 up)"},
+        Mistake{"noNumber",
+                {"info", "a.dds", "--exposure", "nan"},
+                "rimage: --exposure: wrong value 'nan' (a number from -64 to 64)"},
+        Mistake{"negativeNoNumber",
+                {"info", "a.dds", "--exposure=-nan"},
+                "rimage: --exposure: wrong value '-nan' (a number from -64 to 64)"},
+        Mistake{"infinite",
+                {"info", "a.dds", "--exposure", "inf"},
+                "rimage: --exposure: wrong value 'inf' (a number from -64 to 64)"},
+        Mistake{"base",
+                {"stereo", "a.png", "b.png", "c.png", "--x-base", "nan"},
+                "rimage: --x-base: wrong value 'nan' (a whole number from 0 up)"},
+        Mistake{"nothingBehindTheEqualsSign",
+                {"convert", "--quality=", "a.png", "b.jpg"},
+                "rimage: --quality: the value is missing (a whole number from 0 to 100)"},
+        Mistake{"empty",
+                {"convert", "a.png", "b.png", "--frames", ""},
+                "rimage: --frames: the value is missing (LIST)"},
+        Mistake{"emptyName",
+                {"correct", "a.png", "b.png", "--save", ""},
+                "rimage: --save: the value is missing (GRAPH)"},
+        Mistake{"bareWord",
+                {"help", "--completion"},
+                "rimage: --completion: the value is missing (bash|fish|zsh)"},
+        Mistake{"bareSetting",
+                {"blend", "a.png", "b.png", "c.png", "--set"},
+                "rimage: --set: the value is missing (NAME=VALUE)"},
+        Mistake{"twice",
+                {"convert", "a.png", "b.png", "--frames=1", "--frames", "2"},
+                "rimage: --frames: given 2 times (only one can count)"},
+        Mistake{"alone", {"convert", "a.png", "b.png", "--resume"}, "rimage: --resume: it needs --frames"},
+        Mistake{"flagWithAValue", {"info", "a.png", "--json=false"}, "rimage: --json: takes no value"},
+        Mistake{"operationWithAValue",
+                {"convert", "a.png", "--flip=true", "b.png"},
+                "rimage: --flip: takes no value"},
+        Mistake{"helpWithAValue", {"convert", "--help=0"}, "rimage: --help: takes no value"},
+        Mistake{"wordOfItsOwn",
+                {"convert", "--alpha", "invert", "a.png", "b.png"},
+                "rimage: --alpha: the value stands behind an equals sign (--alpha=invert)"},
+        Mistake{"driver",
+                {"--gl-shim", "xx", "doctor"},
+                "rimage: --gl-shim: wrong value 'xx' (known: nv, rc, ati, sgi, plain)"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(CommandLine, NumbersAreDecimalAndMayHaveASign) {
+  const test::TemporaryFolder folder;
+  test::Save(test::MakeOpaque(8, 8), folder.Path("a.png"));
+  const auto width = [&](const char* size) {
+    EXPECT_EQ(RunTool({"sheet", folder.Path("a.png"), folder.Path("sheet.png"), size}).code, 0) << size;
+    return test::Load(folder.Path("sheet.png")).width();
+  };
+  EXPECT_EQ(width("--size=020"), width("--size=20")) << "and not octal";
+  EXPECT_EQ(width("--size=+20"), width("--size=20"));
+  EXPECT_EQ(RunTool({"info", test::DataPath("dds/pillow_bc6h.dds"), "--exposure=+1.5e0"}).code, 0);
+}
+
+// A value is a value, whatever it looks like, and behind the mark all words are arguments.
+TEST(CommandLine, EqualsSignsElsewhereAreNoMistakes) {
+  EXPECT_EQ(RunTool({"help", "--complete", "--", "convert", "--quality="}, kNoGui).code, 0);
+  EXPECT_THAT(RunTool({"convert", "--", "--flip=", "b.png"}, kNoGui).errors, StartsWith("rimage: --flip=: "));
+}
 
 TEST(CommandLine, OutOfRangeNumbersAreMistakes) {
   for (const test::Arguments& arguments :
@@ -156,7 +248,7 @@ TEST(CommandLine, OutOfRangeNumbersAreMistakes) {
         test::Arguments{"info", "a.png", "--max-memory", "many"}}) {
     const auto result = RunTool(arguments, kNoGui);
     EXPECT_EQ(result.code, 2) << testing::PrintToString(arguments);
-    EXPECT_THAT(result.errors, StartsWith("rimage: command line: --"));
+    EXPECT_THAT(result.errors, StartsWith("rimage: --"));
   }
 }
 

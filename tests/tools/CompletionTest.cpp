@@ -74,6 +74,7 @@ TEST(Completion, OffersTheTextsOfValues) {
   EXPECT_THAT(OfferFor({"blend", "--missing", ""}).words, ElementsAre("error", "skip", "hold", "black"));
   EXPECT_THAT(OfferFor({"blend", "--frames", ""}).words, ElementsAre("all"));
   EXPECT_THAT(OfferFor({"help", "--completion", ""}).words, ElementsAre("bash", "fish", "zsh"));
+  EXPECT_THAT(OfferFor({"info", "--face=+"}).words, ElementsAre("--face=+x", "--face=+y", "--face=+z"));
   EXPECT_THAT(OfferFor({"convert", "--resize", ""}).words, IsEmpty());
   EXPECT_EQ(OfferFor({"convert", "--resize", ""}).files, "words");
 }
@@ -83,7 +84,7 @@ TEST(Completion, EveryTextThatIsOfferedIsTaken) {
   for (const Arguments& option :
        {Arguments{"convert", "--gpu"}, Arguments{"convert", "--field"}, Arguments{"convert", "--format"},
         Arguments{"convert", "--missing"}, Arguments{"convert", "--progress"}, Arguments{"stereo", "--mode"},
-        Arguments{"help", "--completion"}}) {
+        Arguments{"help", "--completion"}, Arguments{"convert", "--face"}}) {
     const auto words = OfferFor({option[0], option[1], ""}).words;
     EXPECT_GE(words.size(), 3U) << option[1];
     for (const std::string& word : words) {

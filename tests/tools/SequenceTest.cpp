@@ -258,7 +258,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"resumeWithoutFrames",
                 {"convert", "a.png", "b.png", "--resume"},
                 2,
-                "command line: --resume requires --frames"},
+                "--resume: it needs --frames"},
         Mistake{
             "extension",
             {"convert", "a.#.png", "b.#.xyz", "--frames", "1-9"},

@@ -312,6 +312,24 @@ TEST(TextureOptionsTest, PicturesThatTheTextureDoesNotHaveAreRefused) {
   }
 }
 
+TEST(TextureOptionsTest, FacesHaveNames) {
+  const test::TemporaryFolder folder;
+  const std::string cube = test::DataPath("dds/magnum_rgba8unorm-cube.dds");
+  int number = 0;
+  for (const char* name : {"+x", "-x", "+y", "-y", "+z", "-Z"}) {
+    const std::string path = folder.Path("named.png");
+    ASSERT_EQ(RunTool({"convert", cube, "--face", name, path}).code, 0) << name;
+    ASSERT_EQ(RunTool({"convert", cube, "--face=" + std::to_string(number++), folder.Path("n.png")}).code, 0);
+    EXPECT_EQ(test::ReadFile(path), test::ReadFile(folder.Path("n.png"))) << name;
+  }
+  const std::string plain = test::DataPath("dds/oiio_dds_bc1.dds");
+  const auto result = RunTool({"info", "--face", "+x", plain});
+  EXPECT_EQ(result.code, 3);
+  EXPECT_EQ(result.errors, "rimage: " + plain +
+                               ": the texture is no cube map, whose faces have names (the elements of arrays "
+                               "have numbers)\n");
+}
+
 TEST(TextureOptionsTest, InfoDescribesAndListsTheTexture) {
   const auto result = RunTool({"info", "--list", test::DataPath("dds/oiio_dds_bc1.dds")});
   EXPECT_EQ(result.code, 0);

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -11,19 +12,27 @@
 #include "Failure.h"
 #include "Suggestion.h"
 
-/// Takes these words alone, and hands an option of an enumeration the value of the word. The help names none
-/// of it: that is up to the option's type name or description.
+/// Takes these words alone. The help names none of it: that is up to the option's type name or description.
+inline CLI::Validator OneOf(const std::vector<std::string>& words) {
+  const auto choose = [words](const std::string& word) -> std::string {
+    if (std::ranges::find(words, word) != words.end()) return "";
+    return fmt::format("wrong value '{}' ({})", Printable(word), SuggestOrList(word, words));
+  };
+  return {choose, ""};
+}
+
+/// The same, and hands an option of an enumeration the value of the word.
 template <class Value>
 CLI::Validator OneOf(const std::map<std::string, Value>& choices) {
-  const auto choose = [choices](std::string& word) -> std::string {
+  std::vector<std::string> words;
+  words.reserve(choices.size());
+  for (const auto& [name, value] : choices) words.push_back(name);
+  const auto choose = [choices, refuse = OneOf(words)](std::string& word) -> std::string {
     if (const auto found = choices.find(word); found != choices.end()) {
       word = std::to_string(static_cast<int>(found->second));
       return "";
     }
-    std::vector<std::string> known;
-    known.reserve(choices.size());
-    for (const auto& [name, value] : choices) known.push_back(name);
-    return fmt::format("wrong value '{}' ({})", Printable(word), SuggestOrList(word, known));
+    return refuse(word);
   };
   return {choose, ""};
 }

@@ -22,6 +22,10 @@ std::string ValueOf(const CLI::Option& option) {
   return isNumber ? "N" : name;
 }
 
+std::string Behind(const std::string& text, std::size_t place) {
+  return place == std::string::npos ? "" : text.substr(place + 1);
+}
+
 OptionRow DescribeOption(const CLI::Option& option) {
   const bool isArgument = option.get_positional();
   const std::string usual = option.get_default_str();
@@ -74,6 +78,17 @@ std::string CommandRow::Usage() const {
   std::string usage = name == "rimage" ? "rimage [OPTIONS] SUBCOMMAND" : "rimage " + name + " [OPTIONS]";
   for (const OptionRow& argument : arguments) usage += ' ' + argument.name;
   return usage;
+}
+
+std::string ValueHint(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  const std::string check = Behind(type, type.find(':'));
+  return check.empty() ? ValueOf(option) : check;
+}
+
+std::string OptionalWord(const CLI::Option& option) {
+  const std::string value = ValueOf(option);
+  return value.starts_with("[=") ? value.substr(2, value.size() - 3) : "";
 }
 
 CommandRow DescribeProgram(const CLI::App& app) { return Describe(app); }

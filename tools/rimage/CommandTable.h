@@ -45,6 +45,12 @@ struct CommandTable {
 /// The heading of options for the development of the tool, which are not in the pages.
 inline constexpr const char* kDevelopment = "Development";
 
+/// Returns what tells of a missing value: what it must be, or what it looks like.
+std::string ValueHint(const CLI::Option& option);
+
+/// Returns the word that an option may take behind an equals sign; empty for one that takes none so.
+std::string OptionalWord(const CLI::Option& option);
+
 /// Returns the row of the program. `app` holds its options.
 CommandRow DescribeProgram(const CLI::App& app);
 CommandRow DescribeCommand(const Command& command);

@@ -3,9 +3,11 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include "NumberCheck.h"
+
 void AddReadOptions(CLI::App& app, ReadOptions& options) {
   constexpr std::uint64_t kMiB = 1024ULL * 1024ULL;
-  constexpr std::uint64_t kMostMiB = 1ULL << 20U;
+  constexpr std::int64_t kMostMiB = 1LL << 20;
   app.add_flag_callback(
       "--no-orient", [&options] { options.orient = false; },
       "Leave pictures as they are stored, however their files ask to be turned");
@@ -13,7 +15,7 @@ void AddReadOptions(CLI::App& app, ReadOptions& options) {
          "--max-memory", [&options](const std::uint64_t& mib) { options.maxMemory = mib * kMiB; },
          "Largest memory for the pixels of one picture, in MiB (1024)")
       ->type_name("MIB")
-      ->check(CLI::Range(std::uint64_t{1}, kMostMiB));
+      ->transform(WholeNumber(1, kMostMiB));
   app.add_flag("--isolate", options.isolate,
                "Decode pictures in a process of their own, whose crash, memory and time do no harm here");
   app.add_option_function<int>(
@@ -24,13 +26,13 @@ void AddReadOptions(CLI::App& app, ReadOptions& options) {
          },
          "Longest time for one picture, which --isolate watches over (30)")
       ->type_name("S")
-      ->check(CLI::Range(1, 86400));
+      ->transform(WholeNumber(1, 86400));
 }
 
 void AddWriteOptions(CLI::App& app, WriteOptions& options) {
-  app.add_option("--quality", options.quality, "Quality of JPEG, 0 to 100")->check(CLI::Range(0, 100));
+  app.add_option("--quality", options.quality, "Quality of JPEG, 0 to 100")->transform(WholeNumber(0, 100));
   app.add_option("--compression", options.compression, "PNG: 0 to 100; TIFF: 0 none, 1 LZW")
-      ->check(CLI::Range(0, 100));
+      ->transform(WholeNumber(0, 100));
 }
 
 void Require(const CLI::App& app, const char* name, bool given) {

@@ -11,6 +11,7 @@
 
 #include "Commands.h"
 #include "FileFormats.h"
+#include "NumberCheck.h"
 #include "Statistics.h"
 
 namespace {
@@ -162,7 +163,7 @@ Command AddCompareCommand(CLI::App& app) {
   command
       ->add_option("--tolerance", options->tolerance,
                    "Largest difference of a channel that counts as the same")
-      ->check(CLI::Range(0, 255));
+      ->transform(WholeNumber(0, 255));
   command
       ->add_option("--diff", options->diff,
                    "Write a heat map: black where equal, then blue, red, yellow, white")

@@ -10,6 +10,7 @@
 #include "FileFormats.h"
 #include "OperatorProperties.h"
 #include "Suggestion.h"
+#include "TextureReader.h"
 #include "rbaselib/RProperty.h"
 
 namespace {
@@ -61,6 +62,9 @@ Completion CompleteValue(const CommandRow& command, const OptionRow& option, con
   if (option.value == "NAME=VALUE") return CompleteSetting(command.effect, word);
   if (option.value == "FILE" || option.value == "OUT") completion.files = true;
   if (option.value == "GRAPH") completion = {.files = true, .extensions = {"json"}};
+  if (option.value == "FACE") {
+    for (const std::string& face : FaceNames()) completion.words.push_back({face, ""});
+  }
   if (option.value == "LIST") completion.words.push_back({"all", "those that the input finds"});
   return completion;
 }

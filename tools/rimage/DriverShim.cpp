@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "Choice.h"
 #include "CommandTable.h"
 #include "Failure.h"
 
@@ -48,7 +49,7 @@ void AddDriverShimOption(CLI::App& app, char** arguments) {
          "--gl-shim", [arguments](const std::string& name) { StartWith(name, arguments); },
          "Play an OpenGL driver with other extensions, for development: nv (fragment programs),\n"
          "rc (register combiners), ati (fragment shaders), sgi (colour matrix) or plain (none)")
-      ->check(CLI::IsMember(Names()))
+      ->check(OneOf(Names()))
       ->type_name("NAME")
       ->group(kDevelopment);
 }

@@ -16,6 +16,7 @@
 #include "Choice.h"
 #include "FrameOverlap.h"
 #include "FrameWorker.h"
+#include "NumberCheck.h"
 
 namespace {
 
@@ -225,7 +226,7 @@ void AddSequenceOptions(CLI::App& app, SequenceOptions& options) {
   add(app.add_flag("--resume", options.resume,
                    "Leave frames alone whose outputs are newer than their inputs"));
   add(app.add_option("--jobs", options.jobs, "Processes that work side by side (1); 0: one a processor"))
-      ->check(CLI::Range(0, kMostChildren))
+      ->transform(WholeNumber(0, kMostChildren))
       ->type_name("N");
   add(app.add_option("--shard", options.shard, "Do the I-th of N parts only, as one of N jobs"))
       ->type_name("I/N");

@@ -14,6 +14,7 @@
 
 #include "Commands.h"
 #include "FileFormats.h"
+#include "NumberCheck.h"
 
 namespace {
 
@@ -169,9 +170,10 @@ Command AddSheetCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("sheet", "Put pictures on one page, with their names");
   const auto options = std::make_shared<Options>();
   command->add_option("FILES OUT", options->files, "Pictures, and the sheet to write")->type_name("");
-  command->add_option("--columns", options->columns, "Pictures side by side")->check(CLI::Range(1, 1000));
+  command->add_option("--columns", options->columns, "Pictures side by side")
+      ->transform(WholeNumber(1, 1000));
   command->add_option("--size", options->size, "Longest side of a picture on the sheet (160)")
-      ->check(CLI::Range(16, 4096));
+      ->transform(WholeNumber(16, 4096));
   AddReadOptions(*command, options->read);
   return {command,
           [command, options](Host& host) {

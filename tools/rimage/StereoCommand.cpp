@@ -4,7 +4,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <limits>
 #include <map>
 #include <memory>
 
@@ -13,6 +12,7 @@
 #include "Commands.h"
 #include "FileFormats.h"
 #include "GLContext.h"
+#include "NumberCheck.h"
 #include "Sequence.h"
 #include "rbaselib/RMessageHandler.h"
 #include "rgl/RGLFunctions.h"
@@ -169,9 +169,7 @@ Options ForFrame(Options options, const FrameFiles& files) {
 }
 
 void AddBase(CLI::App& command, const char* name, unsigned int& base, const char* help) {
-  command.add_option(name, base, help)
-      ->type_name("N")
-      ->check(CLI::Range(0U, static_cast<unsigned int>(std::numeric_limits<int>::max())));
+  command.add_option(name, base, help)->type_name("N")->transform(WholeNumber(0));
 }
 
 }  // namespace

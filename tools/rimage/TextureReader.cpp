@@ -4,14 +4,39 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <array>
+#include <cctype>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <span>
+#include <string_view>
 
 #include "FileFormats.h"
+#include "NumberCheck.h"
 #include "dds/RImageStreamDDS.h"
 
 namespace {
+
+// By the place in a cube map.
+constexpr std::array<std::string_view, 6> kFaceNames = {"+x", "-x", "+y", "-y", "+z", "-z"};
+
+std::optional<int> FindFace(std::string name) {
+  std::ranges::transform(name, name.begin(), [](unsigned char c) { return std::tolower(c); });
+  const auto* const found = std::ranges::find(kFaceNames, name);
+  if (found == kFaceNames.end()) return std::nullopt;
+  return static_cast<int>(found - kFaceNames.begin());
+}
+
+// Takes the name of a face, or a number.
+CLI::Validator FaceName() {
+  const auto take = [number = WholeNumber(0)](std::string& word) -> std::string {
+    if (FindFace(word) || number(word).empty()) return "";
+    return fmt::format("wrong value '{}' (+x, -x, +y, -y, +z, -z or a whole number from 0 up)",
+                       Printable(word));
+  };
+  return {take, "+x, -x, +y, -y, +z, -z or a whole number from 0 up"};
+}
 
 void CheckIndex(const std::string& path, const char* what, int index, int count) {
   if (index < count) return;
@@ -51,6 +76,10 @@ bool Decode(const RDDSDecoder& decoder, const TextureOptions& options, RImage& i
 
 void CheckOptions(const std::string& path, const RDDSInfo& info, const TextureOptions& options) {
   CheckIndex(path, "level", options.level, info.levels);
+  if (options.isFaceNamed && !info.isCubemap) {
+    throw Failure(ExitCode::kRead, path, "the texture is no cube map, whose faces have names",
+                  "the elements of arrays have numbers");
+  }
   CheckIndex(path, "face", options.face, info.faces);
   CheckIndex(path, "slice", options.slice, RDDSDecoder::LevelSize(info.depth, options.level));
 }
@@ -60,16 +89,27 @@ void CheckOptions(const std::string& path, const RDDSInfo& info, const TextureOp
 void AddTextureOptions(CLI::App& app, TextureOptions& options) {
   const auto group = [](CLI::Option* option) { option->group("Textures (dds)"); };
   const auto index = [&](const char* name, int& value, const char* help) {
-    group(app.add_option(name, value, help)->type_name("N")->check(CLI::NonNegativeNumber));
+    group(app.add_option(name, value, help)->type_name("N")->transform(WholeNumber(0)));
   };
   index("--level", options.level, "Mip level, 0 the largest (0)");
-  index("--face", options.face, "Face of a cube map (+x -x +y -y +z -z) or element of an array (0)");
+  group(app.add_option_function<std::string>(
+               "--face",
+               [&options](const std::string& word) {
+                 const auto face = FindFace(word);
+                 options.isFaceNamed = face.has_value();
+                 options.face = face ? *face : std::stoi(word);
+               },
+               "Face of a cube map, +x -x +y -y +z -z or 0 to 5, or element of an array (0)")
+            ->type_name("FACE")
+            ->transform(FaceName()));
   index("--slice", options.slice, "Slice of a volume (0)");
   group(app.add_option("--exposure", options.exposure, "Stops by which pictures of floats are brightened (0)")
             ->type_name("STOPS")
-            ->check(CLI::Range(-64.0, 64.0)));
+            ->transform(Number(-64, 64)));
   AddGpuOption(app, options.gpu);
 }
+
+std::vector<std::string> FaceNames() { return {kFaceNames.begin(), kFaceNames.end()}; }
 
 bool IsTexture(const std::string& path) {
   return StreamClass(kReaderGroup, path) == RImageStreamDDS::ClassName;

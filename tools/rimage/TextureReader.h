@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "CommandLineFwd.h"
 #include "Gpu.h"
@@ -11,9 +12,10 @@
 
 /// Which picture of a texture is read, and how.
 struct TextureOptions {
-  int level = 0;  ///< mip level, 0 the largest
-  int face = 0;   ///< of a cube map +x, -x, +y, -y, +z, -z; of an array the element
-  int slice = 0;  ///< of a volume
+  int level = 0;             ///< mip level, 0 the largest
+  int face = 0;              ///< of a cube map +x, -x, +y, -y, +z, -z; of an array the element
+  int slice = 0;             ///< of a volume
+  bool isFaceNamed = false;  ///< `face` was given by a name that only cube maps have
   /// Pictures of floats are multiplied by two to the power of this, then clamped to 0 to 1.
   double exposure = 0;
   GpuMode gpu = GpuMode::kAuto;
@@ -21,6 +23,9 @@ struct TextureOptions {
 
 /// Adds --level, --face, --slice, --exposure and --gpu.
 void AddTextureOptions(CLI::App& app, TextureOptions& options);
+
+/// Returns the names of the faces of a cube map, in their order.
+std::vector<std::string> FaceNames();
 
 /// Whether the file is one that `ReadTexture` reads.
 bool IsTexture(const std::string& path);

@@ -12,33 +12,12 @@
 #include <system_error>
 #include <vector>
 
+#include "CommandLineCheck.h"
 #include "DriverShim.h"
 #include "HelpPages.h"
 #include "Interruption.h"
-#include "Suggestion.h"
 
 namespace {
-
-// Turns an argument that nothing takes into a failure that names the closest one.
-void CheckRemaining(const CLI::App& app) {
-  auto remaining = app.remaining();
-  // The mark between options and file names is no argument itself.
-  std::erase(remaining, "--");
-  if (remaining.empty()) return;
-  std::vector<std::string> known;
-  for (const CLI::Option* option : app.get_options()) {
-    if (!option->get_positional()) known.push_back("--" + option->get_single_name());
-  }
-  for (const CLI::App* command : app.get_subcommands(nullptr)) known.push_back(command->get_name());
-  const std::string& word = remaining.front();
-  const bool chosen = app.get_parent() != nullptr;
-  const char* argument = chosen ? "argument" : "sub-command";
-  const std::string name = chosen ? app.get_name() : "command line";
-  const bool option = word.starts_with('-');
-  throw Failure(ExitCode::kUsage, name,
-                fmt::format("unknown {} '{}'", option ? "option" : argument, Printable(word)),
-                Suggest(word.substr(0, word.find('=')), known));
-}
 
 // A file that is opened later must not become standard error by chance and get its messages.
 void OpenStandardStreams() {
@@ -82,6 +61,7 @@ ExitCode Run(int argc, char** argv) {
       "failed,\n"
       "4 writing failed, 5 OpenGL is required and there is none, 130 interrupted.");
   for (const Command& command : commands) command.app->allow_extras();
+  CheckEqualsSigns(app, {argv, static_cast<std::size_t>(argc)});
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -89,12 +69,11 @@ ExitCode Run(int argc, char** argv) {
       app.exit(error);
       return Finish(ExitCode::kOk);
     }
-    throw Failure(ExitCode::kUsage, "command line", error.what());
+    throw InOwnWords(app, error);
   }
+  CheckParsed(app);
   const auto chosen =
       std::ranges::find_if(commands, [](const Command& command) { return command.app->parsed(); });
-  if (chosen != commands.end()) CheckRemaining(*chosen->app);
-  CheckRemaining(app);
   if (chosen == commands.end()) {
     throw Failure(ExitCode::kUsage, "command line", "a sub-command is missing", "rimage --help lists them");
   }
