@@ -3,8 +3,8 @@
 
 Each block of shell commands runs in a folder of its own under WORK, which has samples/ and an empty out/. It must end with
 exit code 0, or with the one that a comment "# exit code N" at the end of its last line tells, and every file out/NAME that
-it names must be there then. All pictures in out/ must be readable, and together the recipes use every sub-command. The blocks of another page run one after
-the other in one folder.
+it names must be there then. All pictures in out/ must be readable, and together the recipes use every sub-command. The
+blocks of another page run one after the other in one folder.
 """
 import os
 import pathlib
