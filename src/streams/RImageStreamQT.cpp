@@ -15,6 +15,7 @@
 #include "image/RDestroyPtr.h"
 #include "image/RPixelKernels.h"
 #include "streams/QImageLayout.h"
+#include "streams/QImageResolution.h"
 #include "streams/RCheckedFile.h"
 #include "streams/RImageTarget.h"
 #include "streams/TgaCodec.h"
@@ -177,11 +178,7 @@ QImage Wrap(RImage& image) {
   const qsizetype rowBytes = qsizetype{image.GetWidth()} * image.GetPixelSize();
   const unsigned char* bits = image.GetImageBits();
   QImage wrapped(bits, image.GetWidth(), image.GetHeight(), rowBytes, format);
-  // 96 dots per inch: Qt's own value, which some formats store, depends on the screen and on whether there is
-  // one.
-  constexpr int kDotsPerMeter = 3780;
-  wrapped.setDotsPerMeterX(kDotsPerMeter);
-  wrapped.setDotsPerMeterY(kDotsPerMeter);
+  SetWrittenResolution(wrapped);
   return wrapped;
 }
 

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "Descriptor.h"
 #include "Failure.h"
 
 namespace {
@@ -51,8 +52,7 @@ std::optional<std::string> ReadUntilEnd(int descriptor, int milliseconds) {
     if (ready < 0 && errno == EINTR) continue;
     if (ready <= 0) return std::nullopt;
     std::array<char, 4096> buffer{};
-    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = Uninterrupted([&] { return read(descriptor, buffer.data(), buffer.size()); });
     if (count <= 0) return text;
     text.append(buffer.data(), static_cast<std::size_t>(count));
     if (text.size() > kMostText) return std::nullopt;
@@ -66,7 +66,7 @@ void EndProcess(pid_t process) {
     usleep(10'000);
   }
   kill(process, SIGKILL);
-  waitpid(process, nullptr, 0);
+  (void)Uninterrupted([&] { return waitpid(process, nullptr, 0); });
 }
 
 std::optional<std::string> RunInChild(const std::function<void(int)>& work, int milliseconds,
@@ -88,13 +88,12 @@ std::optional<std::string> RunInChild(const std::function<void(int)>& work, int 
   }
   if (!text) {
     kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    (void)Uninterrupted([&] { return waitpid(child, nullptr, 0); });
     reason = fmt::format("no answer within {} seconds", milliseconds / 1000);
     return std::nullopt;
   }
   int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
+  (void)Uninterrupted([&] { return waitpid(child, &status, 0); });
   if (status == 0) return text;
   reason = text->empty() ? DescribeEnd(status) : *text;
   return std::nullopt;

@@ -78,10 +78,7 @@ ExitCode RunFrame(Host& host, const Graph& graph, const EffectOptions& options, 
 
 // The graph must replace none of the files that make it.
 void CheckSave(const std::string& save, const FrameNames& names) {
-  if (ExtensionOf(save) != "json") {
-    throw Failure(ExitCode::kUsage, "--save", fmt::format("wrong value '{}'", Printable(save)),
-                  "a name that ends in .json");
-  }
+  if (ExtensionOf(save) != "json") throw WrongValue("--save", save, "a name that ends in .json");
   const bool isRead =
       std::ranges::any_of(names.inputs, [&](const std::string& input) { return IsSameFile(input, save); });
   if (!isRead && !IsSameFile(names.output, save)) return;

@@ -5,13 +5,6 @@
 #include <cstdio>
 #include <system_error>
 
-namespace {
-
-// A standard error that is closed or full must not change how the program ends.
-void Say(const std::string& line) { (void)std::fputs(line.c_str(), stderr); }
-
-}  // namespace
-
 Failure::Failure(ExitCode code, const std::string& subject, const std::string& reason,
                  const std::string& hint)
     : mCode(code),
@@ -35,6 +28,12 @@ std::string Printable(const std::string& text) {
   }
   return line;
 }
+
+Failure WrongValue(const std::string& option, const std::string& value, const std::string& hint) {
+  return {ExitCode::kUsage, option, fmt::format("wrong value '{}'", Printable(value)), hint};
+}
+
+void Say(const std::string& text) { (void)std::fputs(text.c_str(), stderr); }
 
 void ShowNote(const std::string& subject, const std::string& text) {
   Say(fmt::format("rimage: {}: {}\n", Printable(subject), text));

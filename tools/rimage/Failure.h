@@ -40,6 +40,12 @@ std::string ErrorText(int number);
 /// Returns the text on one line: control characters become \n, \t or \xHH.
 std::string Printable(const std::string& text);
 
+/// Returns the usage error of an option whose value cannot be taken; `hint` tells what can.
+Failure WrongValue(const std::string& option, const std::string& value, const std::string& hint);
+
+/// Shows text on standard error. One that is closed or full must not change how the program ends.
+void Say(const std::string& text);
+
 /// Shows "rimage: SUBJECT: TEXT" on standard error.
 void ShowNote(const std::string& subject, const std::string& text);
 

@@ -12,19 +12,19 @@
 #include <new>
 
 #include "ChildProcess.h"
+#include "Descriptor.h"
 
 namespace {
 
 template <class T>
 bool SendWhole(int socket, const T& message) {
-  return send(socket, &message, sizeof(T), MSG_NOSIGNAL) == static_cast<ssize_t>(sizeof(T));
+  const ssize_t size = Uninterrupted([&] { return send(socket, &message, sizeof(T), MSG_NOSIGNAL); });
+  return size == static_cast<ssize_t>(sizeof(T));
 }
 
 template <class T>
 bool ReceiveWhole(int socket, T& message) {
-  ssize_t size = -1;
-  do size = recv(socket, &message, sizeof(T), 0);
-  while (size < 0 && errno == EINTR);
+  const ssize_t size = Uninterrupted([&] { return recv(socket, &message, sizeof(T), 0); });
   return size == static_cast<ssize_t>(sizeof(T));
 }
 
@@ -94,8 +94,7 @@ std::string FrameWorker::WaitForEnd() {
   shutdown(mSocket, SHUT_RDWR);
   int status = 0;
   if (mFrame) kill(mProcess, SIGTERM);
-  while (waitpid(mProcess, &status, 0) < 0 && errno == EINTR) {
-  }
+  (void)Uninterrupted([&] { return waitpid(mProcess, &status, 0); });
   const InterruptionsHeld held;
   ForgetChild(mProcess);
   mProcess = -1;

@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "ChildProcess.h"
+#include "Descriptor.h"
 
 namespace {
 
@@ -52,16 +53,8 @@ constexpr std::array kLimits{
 int gAnswer = -1;
 std::string gComplaint;
 
-void Answer(const std::string& text) {
-  for (std::size_t sent = 0; sent < text.size();) {
-    const ssize_t count = write(gAnswer, text.data() + sent, text.size() - sent);
-    if (count <= 0) break;
-    sent += static_cast<std::size_t>(count);
-  }
-}
-
 [[noreturn]] void Refuse(const std::string& reason) {
-  Answer(reason);
+  (void)WriteWhole(gAnswer, reason.data(), reason.size());
   _exit(1);
 }
 
@@ -125,7 +118,8 @@ void Look(const std::string& platform, const std::string& display) {
   if (context.isOpenGLES()) Refuse("OpenGL ES lacks the fixed functions");
   if (IsCoreContext(context)) Refuse("the driver makes only core contexts");
   if (!QOpenGLFramebufferObject(64, 64).isValid()) Refuse("the driver cannot draw to a framebuffer object");
-  Answer(Describe(context).dump());
+  const std::string text = Describe(context).dump();
+  (void)WriteWhole(gAnswer, text.data(), text.size());
   _exit(0);  // without the teardown, which some drivers do not survive
 }
 

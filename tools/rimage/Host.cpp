@@ -15,7 +15,7 @@ namespace {
 void ShowMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
   const std::string line = Printable(text.trimmed().toStdString());
   if (type == QtFatalMsg) ShowNote("Qt", line);
-  if (HeldMessages::IsHolding()) (void)std::fprintf(stderr, "%s\n", line.c_str());
+  if (HeldMessages::IsHolding()) Say(line + '\n');
 }
 
 }  // namespace

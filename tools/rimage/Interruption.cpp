@@ -5,7 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
+
+#include "Descriptor.h"
 
 namespace {
 
@@ -22,8 +23,7 @@ extern "C" void HandleInterruption(int signal) {
   }
   // They remove their own files first.
   for (const pid_t child : gChildren) {
-    while (child > 0 && waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    if (child > 0) (void)Uninterrupted([&] { return waitpid(child, nullptr, 0); });
   }
   RemoveTemporaryFiles(*gTemporaries);
   _exit(128 + signal);

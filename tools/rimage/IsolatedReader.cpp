@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "ChildProcess.h"
+#include "Descriptor.h"
 #include "HeldMessages.h"
 #include "Interruption.h"
 
@@ -33,21 +34,6 @@ constexpr char kAnswered = 'A';
 constexpr char kEnded = 'E';
 constexpr std::size_t kMostAnswer = 65536;
 constexpr const char* kMalformed = "its answer is malformed";
-
-/// An open descriptor, closed at the end.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : mNumber(number) {}
-  ~Descriptor() {
-    if (mNumber >= 0) close(mNumber);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Get() const { return mNumber; }
-
- private:
-  int mNumber;
-};
 
 // --- Messages with a descriptor.
 
@@ -68,7 +54,8 @@ bool SendRequest(int socket, const std::string& path, int file) {
   header->cmsg_type = SCM_RIGHTS;
   header->cmsg_len = CMSG_LEN(sizeof(int));
   std::memcpy(CMSG_DATA(header), &file, sizeof(int));
-  return sendmsg(socket, &message, MSG_NOSIGNAL) == static_cast<ssize_t>(path.size());
+  const ssize_t size = Uninterrupted([&] { return sendmsg(socket, &message, MSG_NOSIGNAL); });
+  return size == static_cast<ssize_t>(path.size());
 }
 
 // Returns the descriptor, or -1 at the end.
@@ -81,36 +68,13 @@ int ReceiveRequest(int socket, std::string& path) {
   message.msg_iovlen = 1;
   message.msg_control = control.bytes.data();
   message.msg_controllen = control.bytes.size();
-  ssize_t size = -1;
-  do size = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
-  while (size < 0 && errno == EINTR);
+  const ssize_t size = Uninterrupted([&] { return recvmsg(socket, &message, MSG_CMSG_CLOEXEC); });
   const cmsghdr* header = size > 0 ? CMSG_FIRSTHDR(&message) : nullptr;
   if (!header) return -1;
   path.assign(name.data(), static_cast<std::size_t>(size));
   int file = -1;
   std::memcpy(&file, CMSG_DATA(header), sizeof(int));
   return file;
-}
-
-bool WriteWhole(int file, const void* bytes, std::size_t size) {
-  const auto* from = static_cast<const char*>(bytes);
-  for (std::size_t done = 0; done < size;) {
-    const ssize_t count = write(file, from + done, size - done);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 1) return false;
-    done += static_cast<std::size_t>(count);
-  }
-  return true;
-}
-
-bool ReadWhole(int file, unsigned char* bytes, std::size_t size) {
-  for (std::size_t done = 0; done < size;) {
-    const ssize_t count = pread(file, bytes + done, size - done, static_cast<off_t>(done));
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 1) return false;
-    done += static_cast<std::size_t>(count);
-  }
-  return true;
 }
 
 // --- In the process of one picture.
@@ -211,8 +175,7 @@ FilePicture FromJson(const std::string& path, const Json& json, const ReadOption
 }
 
 FilePicture TakeAnswer(const std::string& path, const Json& json, const ReadOptions& options, int pixels) {
-  for (const Json& line : json.at("messages"))
-    (void)std::fprintf(stderr, "%s\n", line.get<std::string>().c_str());
+  for (const Json& line : json.at("messages")) Say(line.get<std::string>() + '\n');
   if (json.contains("reason")) {
     throw Failure(static_cast<ExitCode>(json.at("code").get<int>()), path,
                   Printable(json["reason"].get<std::string>()));
@@ -257,7 +220,7 @@ void IsolatedReader::Serve(Host& host, int socket) const {
     std::string reason;
     const auto text = RunInChild(work, mOptions.seconds * 1000, reason);
     const std::string answer = (text ? kAnswered + *text : kEnded + reason).substr(0, kMostAnswer);
-    if (send(socket, answer.data(), answer.size(), MSG_NOSIGNAL) < 0) break;
+    if (Uninterrupted([&] { return send(socket, answer.data(), answer.size(), MSG_NOSIGNAL); }) < 0) break;
   }
   _exit(0);
 }
@@ -267,8 +230,7 @@ FilePicture IsolatedReader::Read(const std::string& path) const {
   std::vector<char> answer(kMostAnswer);
   ssize_t size = -1;
   if (pixels.Get() >= 0 && SendRequest(mSocket, path, pixels.Get())) {
-    do size = recv(mSocket, answer.data(), answer.size(), 0);
-    while (size < 0 && errno == EINTR);
+    size = Uninterrupted([&] { return recv(mSocket, answer.data(), answer.size(), 0); });
   }
   if (size < 1) throw NoPicture(path, "it has ended");
   const std::string text(answer.data() + 1, static_cast<std::size_t>(size) - 1);

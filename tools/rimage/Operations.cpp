@@ -14,10 +14,6 @@
 
 namespace {
 
-Failure WrongValue(const char* operation, const std::string& value, const std::string& hint) {
-  return {ExitCode::kUsage, operation, fmt::format("wrong value '{}'", Printable(value)), hint};
-}
-
 void Adopt(Picture& picture, RImage* image) {
   if (!image) throw std::bad_alloc();
   picture.image.reset(image);

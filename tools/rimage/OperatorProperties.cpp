@@ -76,7 +76,7 @@ void CheckRange(const std::string& subject, const RProperty& property, const Pro
 PropertySetting ParseSetting(const std::string& text) {
   const std::size_t equals = text.find('=');
   if (equals != std::string::npos && equals != 0) return {text.substr(0, equals), text.substr(equals + 1)};
-  throw Failure(ExitCode::kUsage, "--set", fmt::format("wrong value '{}'", Printable(text)), "Name=Value");
+  throw WrongValue("--set", text, "Name=Value");
 }
 
 void SetProperty(const std::string& subject, RImageOperator& op, const PropertySetting& setting) {

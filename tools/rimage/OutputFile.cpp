@@ -10,32 +10,12 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "Descriptor.h"
 #include "Failure.h"
 #include "FileFormats.h"
 #include "RealNames.h"
 
 namespace {
-
-// An open file, closed at the end.
-class Descriptor {
- public:
-  Descriptor(const char* path, int flags) : mFile(open(path, flags | O_CLOEXEC)) {}
-  ~Descriptor() {
-    if (mFile >= 0) close(mFile);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int Get() const { return mFile; }
-  bool Close() {
-    const int file = mFile;
-    mFile = -1;
-    return close(file) == 0;
-  }
-
- private:
-  int mFile;
-};
 
 [[noreturn]] void Fail(const std::string& name, const std::string& reason, const std::string& hint = {}) {
   throw Failure(ExitCode::kWrite, name, reason, hint);
@@ -111,7 +91,7 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Complete() {
-  Descriptor file(mTemporary.c_str(), O_WRONLY);
+  Descriptor file(open(mTemporary.c_str(), O_WRONLY | O_CLOEXEC));
   if (file.Get() < 0 || !CopyPermissions(file.Get(), mTarget) || !Synchronise(file.Get()) || !file.Close()) {
     Fail(mName, ErrorText(errno));
   }
@@ -129,12 +109,8 @@ void OutputFile::Commit() {
 std::string OutputFile::FindReason() const {
   // A block as large as the file systems' own needs room of its own.
   static constexpr std::array<char, 1 << 16> kBlock{};
-  Descriptor file(mTemporary.c_str(), O_WRONLY | O_APPEND);
-  if (file.Get() < 0) return ErrorText(errno);
-  for (std::size_t done = 0; done < kBlock.size();) {
-    const ssize_t written = write(file.Get(), kBlock.data() + done, kBlock.size() - done);
-    if (written < 0) return ErrorText(errno);
-    done += static_cast<std::size_t>(written);
-  }
-  return file.Close() ? "" : ErrorText(errno);
+  Descriptor file(open(mTemporary.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+  const bool isWritten =
+      file.Get() >= 0 && WriteWhole(file.Get(), kBlock.data(), kBlock.size()) && file.Close();
+  return isWritten ? "" : ErrorText(errno);
 }

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <new>
 
+#include "streams/QImageResolution.h"
+
 namespace {
 
 constexpr std::array kFormatNames = {"undefined", "empty",  "RGBA", "RGB", "BGRA",
@@ -94,10 +96,7 @@ QImage ToQImage(const Picture& picture) {
   QImage copy(image.GetWidth(), image.GetHeight(),
               premultiplied ? QImage::Format_RGBA8888_Premultiplied : QImage::Format_RGBA8888);
   if (copy.isNull()) throw std::bad_alloc();
-  // As the module writes, whatever the screen.
-  constexpr int kDotsPerMeter = 3780;
-  copy.setDotsPerMeterX(kDotsPerMeter);
-  copy.setDotsPerMeterY(kDotsPerMeter);
+  SetWrittenResolution(copy);
   RgbaRows rows(picture);
   for (int y = 0; y < copy.height(); ++y) {
     const auto row = rows.Row(0, y);

@@ -33,8 +33,6 @@ bool IsTerminal() {
   return isatty(STDERR_FILENO) != 0 && kind && std::string_view(kind) != "dumb";
 }
 
-void Say(const std::string& text) { (void)std::fputs(text.c_str(), stderr); }
-
 // Messages and names need not be UTF-8; JSON must be.
 void SayJson(const Json& json) { Say(json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n'); }
 

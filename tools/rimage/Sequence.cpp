@@ -22,10 +22,6 @@ namespace {
 
 constexpr const char* kGroup = "Sequences";
 
-Failure WrongValue(const char* option, const std::string& value, const std::string& hint) {
-  return {ExitCode::kUsage, option, fmt::format("wrong value '{}'", Printable(value)), hint};
-}
-
 const std::string* FirstPattern(const FrameNames& names) {
   const auto found = std::ranges::find_if(names.inputs, IsFramePattern);
   return found == names.inputs.end() ? nullptr : &*found;
