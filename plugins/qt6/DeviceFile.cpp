@@ -9,9 +9,10 @@
 #include <QImageReader>
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <limits>
 #include <utility>
+
+#include "rbaselib/RFile.h"
 
 namespace {
 
@@ -28,17 +29,6 @@ qint64 LargestCopy() {
   constexpr qint64 kLargest = std::numeric_limits<std::int32_t>::max();
   const qint64 megabytes = QImageReader::allocationLimit();
   return megabytes > 0 ? std::min(megabytes << 20, kLargest) : kLargest;
-}
-
-bool WriteAll(int descriptor, const char* bytes, qint64 size) {
-  while (size > 0) {
-    const ssize_t count = write(descriptor, bytes, static_cast<std::size_t>(size));
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return false;
-    bytes += count;
-    size -= count;
-  }
-  return true;
 }
 
 }  // namespace
@@ -74,7 +64,8 @@ bool DeviceFile::OpenAgain(QIODevice& device) {
 }
 
 bool DeviceFile::CopyFrom(QIODevice& device) {
-  if (!Create()) return false;
+  RFile copy;
+  if (!Create() || !copy.Open(Path().c_str(), "wb")) return false;
   const qint64 position = device.isSequential() ? 0 : device.pos();
   qint64 room = LargestCopy();
   Block block;
@@ -84,10 +75,11 @@ bool DeviceFile::CopyFrom(QIODevice& device) {
     const qint64 count = device.read(block.data(), std::min<qint64>(block.size(), room + 1));
     if (count <= 0) break;
     room -= count;
-    copied = room >= 0 && WriteAll(mDescriptor, block.data(), count);
+    const auto size = static_cast<std::size_t>(count);
+    copied = room >= 0 && copy.Write(block.data(), size) == size;
   }
   if (!device.isSequential()) device.seek(position);
-  return copied;
+  return copied && copy.Close();
 }
 
 std::string DeviceFile::Path() const { return PathOf(mDescriptor); }
@@ -98,11 +90,15 @@ std::int64_t DeviceFile::Size() const {
 }
 
 bool DeviceFile::CopyTo(QIODevice& device) const {
+  RFile file;
+  if (!file.Open(Path().c_str(), "rb")) return false;
   Block block;
-  for (off_t position = 0;;) {
-    const ssize_t count = pread(mDescriptor, block.data(), block.size(), position);
-    if (count <= 0) return count == 0;
-    if (device.write(block.data(), count) != count) return false;
-    position += count;
+  std::int64_t left = Size();
+  while (left > 0) {
+    const auto most = static_cast<std::size_t>(std::min<std::int64_t>(left, block.size()));
+    const auto count = static_cast<qint64>(file.Read(block.data(), most));
+    if (count == 0 || device.write(block.data(), count) != count) return false;
+    left -= count;
   }
+  return left == 0;
 }

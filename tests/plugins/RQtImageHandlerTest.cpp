@@ -8,11 +8,13 @@
 #include <QImageReader>
 #include <QImageWriter>
 #include <QTemporaryFile>
+#include <cerrno>
 #include <thread>
 
 #include "plugins/QtReading.h"
 #include "streams/RImageStreamyuv.h"
 #include "support/DdsBuilder.h"
+#include "support/FileTrouble.h"
 #include "support/IlbmBuilder.h"
 #include "support/PicBuilder.h"
 #include "support/SgiBuilder.h"
@@ -423,6 +425,73 @@ TEST_F(RQtImageHandlerTest, NothingElseIsWritten) {
   const QImage image(2, 2, QImage::Format_RGB32);
   EXPECT_FALSE(image.save(QString::fromStdString(mFolder.Path("a.sgi"))));
   EXPECT_FALSE(QImage().save(QString::fromStdString(mFolder.Path("a.yuv"))));
+}
+
+// The file in memory between the stream and the device is read and written like any other.
+class TheFileBetween : public RQtImageHandlerTest {
+ protected:
+  // It gets the first number that is free.
+  static std::string Path() {
+    const int number = dup(STDERR_FILENO);
+    close(number);
+    return "/proc/self/fd/" + std::to_string(number);
+  }
+  // Writes a frame while a call on the file is in trouble; nothing when the writing fails.
+  static Bytes WriteIn(test::Trouble trouble, int which, std::string* calls = nullptr) {
+    QImage image(720, 486, QImage::Format_RGB32);
+    image.fill(QColor(130, 90, 50));
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    const test::FileTrouble file(Path(), trouble, which, EIO);
+    const bool isWritten = QImageWriter(&buffer, "yuv").write(image);
+    if (calls) *calls = file.Names();
+    return isWritten ? Bytes(bytes.begin(), bytes.end()) : Bytes();
+  }
+};
+
+TEST_F(TheFileBetween, IsWrittenAndReadThroughInterruptions) {
+  std::string calls;
+  const Bytes frame = WriteIn(test::Trouble::kNone, -1, &calls);
+  ASSERT_EQ(frame.size(), static_cast<std::size_t>(kFrameBytes));
+  EXPECT_NE(calls.find('w'), std::string::npos);
+  EXPECT_NE(calls.find('r'), std::string::npos);
+  for (int which = 0; which < static_cast<int>(calls.size()); ++which) {
+    EXPECT_EQ(WriteIn(test::Trouble::kInterrupted, which), frame) << calls << which;
+    EXPECT_EQ(WriteIn(test::Trouble::kShort, which), frame) << calls << which;
+  }
+}
+
+TEST_F(TheFileBetween, WhatCannotBeReadBackFails) {
+  std::string calls;
+  (void)WriteIn(test::Trouble::kNone, -1, &calls);
+  for (int which = 0; which < static_cast<int>(calls.size()); ++which) {
+    const char call = calls[static_cast<std::size_t>(which)];
+    if (call == 's' || call == 'c') continue;
+    EXPECT_EQ(WriteIn(test::Trouble::kFails, which), Bytes()) << calls << which;
+  }
+}
+
+TEST_F(TheFileBetween, TakesWhatADeviceHoldsThroughInterruptions) {
+  const Bytes bytes = SgiOf(300, 200);
+  const auto read = [&](test::Trouble trouble, int which, std::string* calls = nullptr) {
+    QByteArray array(reinterpret_cast<const char*>(bytes.data()), static_cast<qsizetype>(bytes.size()));
+    QBuffer buffer(&array);
+    buffer.open(QIODevice::ReadOnly);
+    const test::FileTrouble file(Path(), trouble, which, EIO);
+    const QImage image = QImageReader(&buffer, "sgi").read();
+    if (calls) *calls = file.Names();
+    return image;
+  };
+  std::string calls;
+  const QImage image = read(test::Trouble::kNone, -1, &calls);
+  ASSERT_EQ(image.size(), QSize(300, 200));
+  ASSERT_NE(calls.find('w'), std::string::npos);
+  for (int which = 0; which < static_cast<int>(calls.size()); ++which) {
+    EXPECT_EQ(read(test::Trouble::kInterrupted, which), image) << calls << which;
+    if (calls[static_cast<std::size_t>(which)] != 'w') continue;
+    EXPECT_TRUE(read(test::Trouble::kFails, which).isNull()) << calls << which;
+  }
 }
 
 TEST_F(RQtImageHandlerTest, AFullDeviceFails) {
