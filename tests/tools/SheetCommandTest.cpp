@@ -163,6 +163,26 @@ TEST_F(Sheet, NothingReadableMakesNoSheet) {
   EXPECT_THAT(test::ListFolder(mFolder.Path("")), testing::IsEmpty());
 }
 
+// As many as there are processors, which may be many, and not for each picture.
+TEST_F(Sheet, ThreadsAreStartedOnceForAllPictures) {
+  const std::string count = mFolder.Path("count");
+  const auto threads = [&](std::size_t pictures) {
+    Arguments arguments = {"sheet"};
+    arguments.insert(arguments.end(), pictures, Put("large.png", test::MakeNoise(700, 500)));
+    arguments.push_back(mFolder.Path("sheet.png"));
+    const auto result =
+        RunTool(arguments, {.environment = {{"LD_PRELOAD", RIMAGE_COUNTED_THREADS},
+                                            {"COUNTED_THREADS", count},
+                                            {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"}}});
+    EXPECT_EQ(result.code, 0) << result.errors;
+    const auto text = test::ReadFile(count);
+    return std::stoi(std::string(text.begin(), text.end()));
+  };
+  const int few = threads(1);
+  EXPECT_GT(few, 0);
+  EXPECT_EQ(threads(20), few);
+}
+
 TEST_F(Sheet, IsLimitedByTheMemoryLimit) {
   const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
   const auto result =

@@ -5,7 +5,7 @@
 #include <QFontMetrics>
 #include <QImage>
 #include <QPainter>
-#include <QThread>
+#include <QThreadPool>
 #include <algorithm>
 #include <cmath>
 #include <latch>
@@ -39,14 +39,12 @@ struct Tile {
   QString detail;
 };
 
-// Qt divides painting among threads, and waits for ever for one that cannot be started. Where as many can be
-// started now, it can: the C library keeps their stacks.
-void RequireThreads() {
+void RequireThreads(int count) {
   std::latch isDone(1);
   bool canStart = true;
   std::vector<std::jthread> threads;
   try {
-    for (int i = 0; i < QThread::idealThreadCount(); ++i) threads.emplace_back([&isDone] { isDone.wait(); });
+    for (int i = 0; i < count; ++i) threads.emplace_back([&isDone] { isDone.wait(); });
   } catch (const std::exception&) {
     canStart = false;
   }
@@ -55,9 +53,20 @@ void RequireThreads() {
   if (!canStart) throw std::bad_alloc();
 }
 
+// Qt divides painting among the threads of its pool, and waits for ever for one that cannot be started. They
+// start before pictures take memory, where as many can, and stay.
+void StartPaintingThreads() {
+  QThreadPool& pool = *QThreadPool::globalInstance();
+  const int count = pool.maxThreadCount();
+  RequireThreads(count);
+  pool.setExpiryTimeout(-1);
+  const auto areStarted = std::make_shared<std::latch>(count + 1);
+  for (int i = 0; i < count; ++i) pool.start([areStarted] { areStarted->arrive_and_wait(); });
+  areStarted->arrive_and_wait();
+}
+
 // Shrinks smoothly what is too large and enlarges small pictures by whole numbers, so that their pixels show.
 QImage Fit(const QImage& image, int size) {
-  RequireThreads();
   const int longest = std::max(image.width(), image.height());
   if (longest > size) return image.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
   const int factor = size / longest;
@@ -137,7 +146,6 @@ QImage Draw(const std::vector<Tile>& tiles, const Options& options) {
   QImage sheet(static_cast<int>(width), static_cast<int>(height), QImage::Format_RGB32);
   if (sheet.isNull()) throw std::bad_alloc();
   sheet.fill(kBackground);
-  RequireThreads();
   QPainter painter(&sheet);
   QFont font;
   font.setPixelSize(kLineHeight - 4);
@@ -158,6 +166,7 @@ ExitCode Run(Host& host, const Options& options) {
   for (auto file = options.files.begin(); file != options.files.end() - 1; ++file)
     PrepareToRead(host, *file, options.read);
   host.StartGui();
+  NamingMemoryFailure(ExitCode::kWrite, options.files.back(), StartPaintingThreads);
   const auto tiles = ReadTiles(host, options);
   NamingMemoryFailure(ExitCode::kWrite, options.files.back(),
                       [&] { WritePicture(FromQImage(Draw(tiles, options)), options.files.back(), {}); });
