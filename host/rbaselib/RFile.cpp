@@ -167,6 +167,9 @@ std::int64_t RFile::GetPosition() const {
 
 std::int64_t RFile::GetSize() {
   if (!IsOpen() || !Flush()) return -1;
+  // A search for the end, from which the way back may fail, is for devices alone.
+  struct stat status {};
+  if (fstat(mDescriptor, &status) == 0 && S_ISREG(status.st_mode)) return status.st_size;
   const off_t position = lseek(mDescriptor, 0, SEEK_CUR);
   if (position == -1) return -1;
   const off_t size = lseek(mDescriptor, 0, SEEK_END);

@@ -2,17 +2,23 @@
 #include "dds/RImageStreamDDS.h"
 
 #include <GL/gl.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <ostream>
 #include <thread>
 
 #include "dds/RImageDDS.h"
 #include "dds/blocks/BlockDecoder.h"
 #include "image/RDestroyPtr.h"
 #include "module/EntryPointrimage.h"
+#include "support/CaseName.h"
 #include "support/DdsBuilder.h"
+#include "support/FileTrouble.h"
 #include "support/GLTest.h"
+#include "support/ProcessResources.h"
 #include "support/SampleManifest.h"
 #include "support/TestData.h"
 
@@ -86,6 +92,56 @@ class RImageStreamDDSTest : public test::GLTest {
     GLTest::TearDown();
   }
 };
+
+// --- A disk that fails: each call on the file in turn.
+
+struct TroubleCase {
+  const char* name;
+  test::Trouble trouble;
+};
+void PrintTo(const TroubleCase& row, std::ostream* stream) { *stream << row.name; }
+
+class TroubledFile : public RImageStreamDDSTest, public testing::WithParamInterface<TroubleCase> {};
+
+TEST_P(TroubledFile, GivesThePictureOrNone) {
+  const test::TemporaryFolder folder;
+  const std::string path =
+      folder.Write("file.dds", DdsBuilder(256, 256).Code("DXT3").Data(Noise(65536)).File());
+  const test::FileTrouble watch(path, test::Trouble::kNone);
+  const Result whole = Open(path);
+  ASSERT_TRUE(whole.opened);
+  const Bytes expected = Layer(*whole.image, 0);
+  const std::string calls = watch.Names();
+  ASSERT_THAT(calls, testing::ContainsRegex("^or.*r.*c$"));
+  // After parts and interruptions the rest is asked for. The first read is the header's.
+  const test::Trouble trouble = GetParam().trouble;
+  const bool mustFail = trouble == test::Trouble::kFails || trouble == test::Trouble::kFailsFromThenOn;
+  const std::size_t files = test::OpenFiles();
+  for (std::size_t call = 0; call < calls.size(); ++call) {
+    SCOPED_TRACE(testing::Message() << "call " << call << " of " << calls);
+    const test::FileTrouble disk(path, trouble, static_cast<int>(call), EIO);
+    const Result result = Open(path);
+    // A header that cannot be read is read again, by the reader of other layouts, which knows no blocks.
+    const bool isReadAgain = call == 1 && trouble == test::Trouble::kFails;
+    // Nothing depends on the closing of a file that was read; pixels that it does not give are zero.
+    const bool isOpened = !mustFail || call > 1 || isReadAgain;
+    EXPECT_EQ(result.opened, isOpened);
+    if (!result.opened || isReadAgain) continue;
+    const Bytes pixels = Layer(*result.image, 0);
+    EXPECT_EQ(pixels.size(), expected.size());
+    if (!mustFail || calls[call] != 'r') {
+      EXPECT_EQ(pixels, expected);
+    }
+  }
+  EXPECT_LE(test::OpenFiles(), files);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, TroubledFile,
+                         testing::Values(TroubleCase{"Fails", test::Trouble::kFails},
+                                         TroubleCase{"FailsFromThenOn", test::Trouble::kFailsFromThenOn},
+                                         TroubleCase{"Short", test::Trouble::kShort},
+                                         TroubleCase{"Interrupted", test::Trouble::kInterrupted}),
+                         test::CaseName());
 
 // --- Drawing.
 
