@@ -17,6 +17,7 @@
 #include "streams/QImageLayout.h"
 #include "streams/QImageResolution.h"
 #include "streams/RCheckedFile.h"
+#include "streams/REndingFile.h"
 #include "streams/RImageTarget.h"
 #include "streams/TgaCodec.h"
 
@@ -61,6 +62,10 @@ kFileKind UsableKindOf(const QByteArray& suffix, const QList<QByteArray>& qtForm
 
 // Reads the picture that `reader` found to be of `format`.
 QImage Read(QImageReader& reader, const QByteArray& format) {
+  if (format == "tiff") {
+    REndingFile file(reader.fileName());
+    return QImageReader(&file).read();
+  }
   QImage image;
   // Qt's BMP reader leaves pixels that the file does not tell as the memory happened to be, which is for
   // nobody to see. It draws into an image that has the right size and layout.
