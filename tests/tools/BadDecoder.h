@@ -6,8 +6,8 @@
 namespace test {
 
 /// Surroundings in which PNG pictures make the tool "abort" with a message, "crash", "hang", "overrun" a row,
-/// "spin" or take "memory" when they are read, or "crash-writing" when they are written. The sanitizer would
-/// make another end of a crash.
+/// "spin" or take "memory" when they are read, "beg" for more memory than there is behind their headers, or
+/// "crash-writing" when they are written. The sanitizer would make another end of a crash.
 inline ToolSettings GoingWrong(const char* mode) {
   return {
       .environment = {{"LD_PRELOAD", RIMAGE_BAD_DECODER},

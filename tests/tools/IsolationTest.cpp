@@ -124,7 +124,32 @@ TEST_F(Isolation, WithoutItTheProgramEndsWithTheReason) {
   EXPECT_EQ(result.errors, "the heap is damaged\n");
 }
 
-#ifdef __SANITIZE_ADDRESS__
+// A damaged file may ask for any amount. It is no lack of memory where there is enough for what it declares.
+TEST_F(Isolation, ADecoderThatAsksForTooMuchReadsADamagedFile) {
+  const std::string input = MakeInput();
+  for (const Arguments& arguments : {Arguments{"info", input}, Arguments{"info", input, "--isolate"}}) {
+    const auto result = RunTool(arguments, GoingWrong("beg"));
+    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(result.errors,
+              "rimage: " + input + ": the png file is damaged or of a kind that is not read\n");
+  }
+}
+
+// With an address space that the program fits in, and a picture that does not.
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(Isolation, ADecoderThatAsksForTooMuchOfTooLittleIsTold) {
+  QImage large(9000, 9000, QImage::Format_Grayscale8);
+  large.fill(7);
+  const std::string input = mFolder.Path("large.png");
+  test::Save(large, input);
+  auto settings = GoingWrong("beg");
+  settings.mostMemory = 1L << 30;
+  const auto result = RunTool({"info", input}, settings);
+  EXPECT_EQ(result.code, 3);
+  EXPECT_EQ(result.errors,
+            "rimage: " + input + ": not enough memory (no picture can take more than 2 GiB)\n");
+}
+#else
 TEST_F(Isolation, FindingsOfTheSanitizerAreTold) {
   const auto result = RunTool({"info", MakeInput()}, GoingWrong("overrun"));
   EXPECT_EQ(result.code, -SIGABRT);

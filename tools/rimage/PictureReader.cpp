@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -140,14 +141,27 @@ void PassOn(const std::string& path, const std::vector<std::string>& messages) {
   for (const std::string& message : messages) ShowNote(path, Printable(message));
 }
 
-RDestroyPtr<RImage> ReadImage(const std::string& path) {
+// Whether the system has memory for a picture of this size and for what its decoder takes beside.
+bool IsThereMemoryFor(const QSize& size) {
+  // Of the widest pixels that Qt decodes to, and of the image's own.
+  constexpr std::size_t kBytesPerPixel = 16 + 4;
+  if (size.isEmpty()) return true;
+  const std::size_t bytes =
+      static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height()) * kBytesPerPixel;
+  void* const memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return memory != MAP_FAILED && munmap(memory, bytes) == 0;
+}
+
+// Reads a picture of the size that its file tells; an empty one is not known.
+RDestroyPtr<RImage> ReadImage(const std::string& path, const QSize& size) {
   HeldMessages held;
   errno = 0;
   RDestroyPtr<RImage> image(RImage::ImageFileRead(path.c_str()));
-  const bool lackedMemory = errno == ENOMEM;
+  const bool mayLackMemory = errno == ENOMEM;
   const auto messages = held.Take();
-  // Decoders do not say why they give nothing; the allocation that failed has.
-  if (!image && lackedMemory) throw std::bad_alloc();
+  // Decoders do not say why they give nothing. An allocation that failed leaves its number, but damaged files
+  // ask for what nobody has, and other calls leave numbers too.
+  if (!image && mayLackMemory && !IsThereMemoryFor(size)) throw std::bad_alloc();
   if (!image) FailDamaged(path, messages);
   const bool empty = image->GetWidth() < 1 || image->GetHeight() < 1 || image->GetDepth() < 1;
   if (empty || !image->GetImageBits()) throw Failure(ExitCode::kRead, path, "the file holds no pixels");
@@ -171,13 +185,11 @@ FilePicture ReadTextureFile(const std::string& path, const ReadOptions& options)
   return {DrawTexture(path, info, options.maxMemory), {}, info};
 }
 
-// Compares the size with the limit before memory for the pixels is taken, as far as the file tells it.
-void CheckSize(const std::string& path, const QtDescription& qt, std::uint64_t limit) {
-  constexpr int kBytesPerPixel = 4;
+// Returns the size that the file tells before its pixels are read; empty when it does not.
+QSize DeclaredSize(const std::string& path, const QtDescription& qt) {
   // An uncompressed TGA file begins like one of cursors.
   const bool isKnown = !qt.size.isEmpty() && qt.handler != "cur" && qt.handler != "ico";
-  const QSize size = isKnown ? qt.size : SizeInHeader(path);
-  CheckMemory(ExitCode::kRead, path, size.width(), size.height(), kBytesPerPixel, limit);
+  return isKnown ? qt.size : SizeInHeader(path);
 }
 
 FilePicture Read(Host& host, const std::string& path, const ReadOptions& options) {
@@ -186,9 +198,11 @@ FilePicture Read(Host& host, const std::string& path, const ReadOptions& options
   const QtDescription qt = Describe(path);
   // What a vector picture is drawn with exists in a GUI application only.
   if (qt.handler.startsWith("svg")) host.StartGui();
-  CheckSize(path, qt, options.maxMemory);
+  constexpr int kBytesPerPixel = 4;
+  const QSize size = DeclaredSize(path, qt);
+  CheckMemory(ExitCode::kRead, path, size.width(), size.height(), kBytesPerPixel, options.maxMemory);
 
-  FilePicture file{{ReadImage(path)}, qt.orientation};
+  FilePicture file{{ReadImage(path, size)}, qt.orientation};
   RImage& image = *file.picture.image;
   CheckMemory(ExitCode::kRead, path, image.GetWidth(), std::int64_t{image.GetHeight()} * image.GetDepth(),
               image.GetPixelSize(), options.maxMemory);
