@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "TestPictures.h"
 #include "ToolRunner.h"
 #include "support/TestData.h"
@@ -63,7 +65,9 @@ INSTANTIATE_TEST_SUITE_P(
                                        "--compression", "--no-orient", "--max-memory"}},
         std::pair{"operators", std::vector{"--json"}},
         std::pair{"properties", std::vector{"OPERATOR", "--json"}},
-        std::pair{"sheet", std::vector{"--columns", "--size", "--no-orient", "--max-memory"}}),
+        std::pair{"sheet", std::vector{"--columns", "--size", "--quality", "--compression", "--no-orient",
+                                       "--max-memory"}},
+        std::pair{"stereo", std::vector{"--mode", "--x-base", "--y-base", "--quality", "--compression"}}),
     [](const auto& row) { return row.param.first; });
 
 struct Mistake {
@@ -218,6 +222,46 @@ INSTANTIATE_TEST_SUITE_P(
                 {"--gl-shim", "xx", "doctor"},
                 "rimage: --gl-shim: wrong value 'xx' (known: nv, rc, ati, sgi, plain)"}),
     [](const auto& row) { return row.param.name; });
+
+// What the format of OUT cannot follow would be lost without a word.
+INSTANTIATE_TEST_SUITE_P(
+    Encoders, Mistakes,
+    testing::Values(Mistake{"convert",
+                            {"convert", "a.png", "b.png", "--quality", "90"},
+                            "rimage: --quality: png files take none (it is for jpeg, jpg)"},
+                    Mistake{"frames",
+                            {"convert", "a.png", "b.##.TGA", "--quality", "90", "--frames=1-2"},
+                            "rimage: --quality: tga files take none (it is for jpeg, jpg)"},
+                    Mistake{"correct",
+                            {"correct", "a.png", "b.jpg", "--compression=1"},
+                            "rimage: --compression: jpg files take none (it is for png, tif, tiff)"},
+                    Mistake{"blend",
+                            {"blend", "a.png", "b.png", "c.yuv", "--quality=0"},
+                            "rimage: --quality: yuv files take none (it is for jpeg, jpg)"},
+                    Mistake{"sheet",
+                            {"sheet", "a.png", "b.bmp", "--compression=0"},
+                            "rimage: --compression: bmp files take none (it is for png, tif, tiff)"},
+                    Mistake{"stereo",
+                            {"stereo", "a.png", "b.png", "c.tiff", "--mode=checkerboard", "--quality=100"},
+                            "rimage: --quality: tiff files take none (it is for jpeg, jpg)"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(CommandLine, FoldersAreNoOutput) {
+  const test::TemporaryFolder folder;
+  std::filesystem::create_directory(folder.Path("out"));
+  test::Save(test::MakeOpaque(2, 2), folder.Path("in.png"));
+  for (const std::string& name : {folder.Path("out"), folder.Path("out/")}) {
+    const auto result = RunTool({"convert", folder.Path("in.png"), name});
+    EXPECT_EQ(result.code, 4);
+    EXPECT_EQ(result.errors, "rimage: " + name + ": this is a folder\n");
+  }
+}
+
+TEST(CommandLine, UsageTellsHowManyFilesThereMayBe) {
+  EXPECT_THAT(RunTool({"info", "--help"}).output, HasSubstr("Usage: rimage info [OPTIONS] FILE...\n"));
+  EXPECT_THAT(RunTool({"sheet", "--help"}).output, HasSubstr("Usage: rimage sheet [OPTIONS] FILE... OUT\n"));
+  EXPECT_THAT(RunTool({"help", "--help"}).output, HasSubstr("Usage: rimage help [OPTIONS] [COMMAND]...\n"));
+}
 
 TEST(CommandLine, NumbersAreDecimalAndMayHaveASign) {
   const test::TemporaryFolder folder;

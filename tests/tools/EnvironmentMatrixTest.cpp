@@ -529,8 +529,8 @@ class Placed : public Matrix, public testing::WithParamInterface<Command> {
 };
 
 TEST_P(Placed, TheOutputMayBeTheInput) {
-  if (!GetParam().writes) return;
-  // The name of the input is written on a sheet.
+  // A sheet is none of its pictures.
+  if (!GetParam().writes || GetParam().name == std::string("Sheet")) return;
   fs::create_directory(mFolder.Path("other"));
   fs::copy_file(Good(), mFolder.Path("other/good.png"));
   const Bytes expected = Write(Good(), mFolder.Path("out.png"));

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "TestPictures.h"
 #include "ToolRunner.h"
@@ -189,6 +190,61 @@ TEST_F(Sheet, IsLimitedByTheMemoryLimit) {
       RunTool({"sheet", a, mFolder.Path("sheet.png"), "--size", "4000", "--max-memory", "10"});
   EXPECT_EQ(result.code, 2);
   EXPECT_THAT(result.errors, testing::HasSubstr("rimage: sheet: 4024 x 4060 pixels take 62 MiB"));
+}
+
+// rimage sheet *.png
+TEST_F(Sheet, AForgottenOutputLosesNoPicture) {
+  const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
+  const std::string b = Put("b.png", Plain(10, 10, 0xFF2B2B2F));
+  const auto before = test::ReadFile(b);
+  const auto result = RunTool({"sheet", a, b});
+  EXPECT_EQ(result.code, 2);
+  EXPECT_EQ(result.errors,
+            "rimage: " + b +
+                ": this picture is no sheet and would be replaced (OUT comes last; remove the file if it may "
+                "go)\n");
+  EXPECT_EQ(test::ReadFile(b), before);
+  EXPECT_EQ(test::ListFolder(mFolder.Path("")), (std::vector<std::string>{"a.png", "b.png"}));
+}
+
+TEST_F(Sheet, IsNoneOfItsPictures) {
+  const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
+  std::filesystem::create_symlink("a.png", mFolder.Path("link.png"));
+  for (const std::string& out : {a, mFolder.Path("./a.png"), mFolder.Path("link.png")}) {
+    const auto result = RunTool({"sheet", mFolder.Path("none.png"), a, out});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.errors,
+              "rimage: " + out +
+                  ": this is one of the pictures and would be replaced (the sheet needs a file "
+                  "of its own)\n");
+    EXPECT_EQ(test::Load(a).size(), QSize(10, 10));
+  }
+}
+
+TEST_F(Sheet, EarlierSheetsAreReplaced) {
+  const std::string a = Put("a.png", test::MakeNoise(90, 90));
+  for (const Arguments& out :
+       {Arguments{"s.png"}, {"s.tif"}, {"s.tga"}, {"s.bmp"}, {"s.jpg", "--quality=0"}}) {
+    Arguments arguments = {"sheet", a};
+    arguments.insert(arguments.end(), out.begin(), out.end());
+    arguments[2] = mFolder.Path(out[0]);
+    ASSERT_EQ(RunTool(arguments).code, 0) << out[0];
+    arguments.push_back("--size=40");
+    ASSERT_EQ(RunTool(arguments).code, 0) << out[0];
+    EXPECT_EQ(test::Load(arguments[2]).size(), PageSize(1, 1, 40)) << out[0];
+  }
+  const std::string garbage = mFolder.Write("s.png", {1, 2, 3});
+  EXPECT_EQ(RunTool({"sheet", a, garbage}).code, 0) << "no picture is lost";
+}
+
+TEST_F(Sheet, HasTheOptionsOfWriters) {
+  const std::string a = Put("a.png", test::MakeNoise(90, 90));
+  const auto size = [&](const char* name, const char* option) {
+    EXPECT_EQ(RunTool({"sheet", a, mFolder.Path(name), option}).code, 0) << option;
+    return test::ReadFile(mFolder.Path(name)).size();
+  };
+  EXPECT_LT(size("s.jpg", "--quality=0"), size("s.jpg", "--quality=100"));
+  EXPECT_LT(size("s.png", "--compression=100"), size("s.png", "--compression=0"));
 }
 
 TEST_F(Sheet, UnknownExtensionIsAWritingFailure) {

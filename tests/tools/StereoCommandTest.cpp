@@ -91,6 +91,20 @@ TEST_F(Stereo, GreyAnaglyph) {
                [&](int, int, QRgb left, QRgb right) { return qRgb(grey(left), grey(right), grey(right)); });
 }
 
+TEST_F(Stereo, HasTheOptionsOfWriters) {
+  QImage plain(90, 90, QImage::Format_RGB32);
+  plain.fill(0xFF204060);
+  SaveViews(MakeView(90, 90, 1), plain);
+  const auto size = [&](const char* name, const char* option) {
+    const auto result = RunTool(
+        {"stereo", Path("left.png"), Path("right.png"), Path(name), "--mode", "color-anaglyph", option});
+    EXPECT_EQ(result.code, 0) << result.errors;
+    return test::ReadFile(Path(name)).size();
+  };
+  EXPECT_LT(size("out.jpg", "--quality=0"), size("out.jpg", "--quality=100"));
+  EXPECT_NE(size("out.tif", "--compression=1"), size("out.tif", "--compression=0"));
+}
+
 TEST_F(Stereo, RowInterleavedWithBases) {
   for (const int base : {0, 1, 767}) {
     const QImage frame = Compose({"--mode=row-interleaved", "--x-base=5", "--y-base", std::to_string(base)});

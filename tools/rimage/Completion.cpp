@@ -80,7 +80,7 @@ Completion CompleteArgument(const CommandTable& table, const CommandRow& command
     for (const CommandRow& other : table.commands) {
       if (!other.effect.empty()) completion.words.push_back({other.name, other.help});
     }
-  } else if (name == "COMMAND") {
+  } else if (name == "[COMMAND]...") {
     for (const CommandRow& other : table.commands) completion.words.push_back({other.name, other.help});
   } else {
     completion.files = true;

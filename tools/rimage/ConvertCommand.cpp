@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "Commands.h"
-#include "FileFormats.h"
 #include "Operations.h"
 #include "Sequence.h"
 
@@ -71,7 +70,7 @@ FrameTask MakeTask(Host& host, const CLI::App& command, const Options& options) 
   for (const std::string& mask : command.get_option("--merge-alpha")->results())
     task.names.inputs.push_back(mask);
   task.prepare = [&host, &options] {
-    CheckWriter(options.output);
+    CheckWriting(options.output, options.write);
     if (options.sequence.IsGiven() && options.read.texture.gpu == GpuMode::kRequire)
       (void)host.FindGpu(GpuMode::kRequire);
   };

@@ -107,7 +107,7 @@ ExitCode RunGraph(Host& host, const Graph& graph, const std::vector<std::string>
   for (const GraphNode& node : graph.nodes)
     std::ranges::remove_copy_if(node.inputs, std::back_inserter(task.names.inputs), IsNodeName);
   task.prepare = [&] {
-    CheckWriter(output);
+    CheckWriting(output, options.write);
     if (!options.sequence.IsGiven()) {
       if (!options.save.empty()) CheckSave(options.save, task.names);
       return;

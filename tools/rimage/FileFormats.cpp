@@ -7,6 +7,7 @@
 #include <QImageWriter>
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <string_view>
 
 #include "Failure.h"
@@ -18,14 +19,20 @@ namespace {
 struct Target {
   std::string_view extension;
   TargetAlpha alpha;
+  EncoderOption option;
   bool throughQt;  // `RImage::WriteToDisk` knows the extension
 };
 
+// Qt would take the quality of a PNG file for its compression, the other way round.
 constexpr std::array kTargets{
-    Target{"bmp", TargetAlpha::kNone, true},  Target{"jpeg", TargetAlpha::kNone, true},
-    Target{"jpg", TargetAlpha::kNone, true},  Target{"png", TargetAlpha::kQt, true},
-    Target{"tga", TargetAlpha::kBytes, true}, Target{"tif", TargetAlpha::kQt, true},
-    Target{"tiff", TargetAlpha::kQt, true},   Target{"yuv", TargetAlpha::kNone, false},
+    Target{"bmp", TargetAlpha::kNone, EncoderOption::kNone, true},
+    Target{"jpeg", TargetAlpha::kNone, EncoderOption::kQuality, true},
+    Target{"jpg", TargetAlpha::kNone, EncoderOption::kQuality, true},
+    Target{"png", TargetAlpha::kQt, EncoderOption::kCompression, true},
+    Target{"tga", TargetAlpha::kBytes, EncoderOption::kNone, true},
+    Target{"tif", TargetAlpha::kQt, EncoderOption::kCompression, true},
+    Target{"tiff", TargetAlpha::kQt, EncoderOption::kCompression, true},
+    Target{"yuv", TargetAlpha::kNone, EncoderOption::kNone, false},
 };
 
 const Target* FindTarget(std::string_view extension) {
@@ -128,12 +135,29 @@ void CheckReader(const std::string& path) {
 }
 
 void CheckWriter(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) throw Failure(ExitCode::kWrite, path, "this is a folder");
   const std::string extension = ExtensionOf(path);
   const Target* target = FindTarget(extension);
   if (IsRegistered(kWriterGroup, extension) || (target && target->throughQt)) return;
   auto known = Extensions(kWriterGroup);
   for (std::string& more : ListQtWriters()) known.push_back(std::move(more));
   FailUnknown(ExitCode::kWrite, path, "write", std::move(known));
+}
+
+bool TakesOption(const std::string& path, EncoderOption option) {
+  const Target* target = FindTarget(ExtensionOf(path));
+  return target && target->option == option;
+}
+
+void CheckEncoder(const std::string& path, EncoderOption option, const char* name) {
+  if (TakesOption(path, option)) return;
+  std::vector<std::string_view> takers;
+  for (const Target& other : kTargets) {
+    if (other.option == option) takers.push_back(other.extension);
+  }
+  throw Failure(ExitCode::kUsage, name, fmt::format("{} files take none", ExtensionOf(path)),
+                fmt::format("it is for {}", fmt::join(takers, ", ")));
 }
 
 TargetAlpha AlphaOfTarget(const std::string& path) {

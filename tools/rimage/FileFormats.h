@@ -26,6 +26,13 @@ enum class TargetAlpha {
   kQt,     ///< Qt stores alpha and is told whether the colours are premultiplied
 };
 
+/// What an encoder can be told beside the pixels.
+enum class EncoderOption {
+  kNone,
+  kQuality,      ///< how much is lost
+  kCompression,  ///< how hard to try, or whether; nothing is lost
+};
+
 /// Returns the text after the last dot of the file's name in lower case; empty when there is none.
 std::string ExtensionOf(const std::string& path);
 
@@ -47,9 +54,16 @@ RDestroyPtr<RStream> CreateStream(const char* group, const std::string& path);
 /// Returns the class of the registered stream for the path's extension; nothing when there is none.
 std::optional<std::string> StreamClass(const char* group, const std::string& path);
 
-/// Fails unless a file of this name can be read (written), as far as its extension tells.
+/// Fails unless a file of this name can be read (written), as far as its extension tells. A folder cannot be
+/// written.
 void CheckReader(const std::string& path);
 void CheckWriter(const std::string& path);
+
+/// Whether files of this name take the option.
+bool TakesOption(const std::string& path, EncoderOption option);
+
+/// Fails, naming the option, unless files of this name take it.
+void CheckEncoder(const std::string& path, EncoderOption option, const char* name);
 
 /// Returns what becomes of alpha in a file of this name.
 TargetAlpha AlphaOfTarget(const std::string& path);

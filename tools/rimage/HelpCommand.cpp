@@ -45,7 +45,7 @@ std::string Text(const CommandTable& table, const Options& options) {
 Command AddHelpCommand(CLI::App& app, const std::vector<Command>& commands) {
   CLI::App* command = app.add_subcommand("help", "Show the help of sub-commands");
   const auto options = std::make_shared<Options>();
-  command->add_option("COMMAND", options->words, "Sub-command; none: the program")->type_name("");
+  command->add_option("[COMMAND]...", options->words, "Sub-command; none: the program")->type_name("");
   command->add_flag("--man", options->man, "Print the manual page, for man -l -");
   command->add_flag("--markdown", options->markdown, "Print the page for the documentation");
   command->add_option("--completion", options->shell, "Print the script that completes words in a shell")

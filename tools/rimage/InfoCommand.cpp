@@ -120,7 +120,7 @@ ExitCode Run(Host& host, const Options& options) {
 Command AddInfoCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("info", "Show size, layout, alpha and statistics of pictures");
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->files, "Pictures")->type_name("");
+  command->add_option("FILE...", options->files, "Pictures")->type_name("");
   command->add_flag("--json", options->json, "Print JSON: a list with an object for each file");
   command->add_flag("--list", options->list, "List the levels of textures");
   AddReadOptions(*command, options->read);

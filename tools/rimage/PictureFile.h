@@ -45,6 +45,9 @@ FilePicture ReadPictureFile(Host& host, const std::string& name, const ReadOptio
 /// The same, without the file's particulars.
 Picture ReadPicture(Host& host, const std::string& path, const ReadOptions& options);
 
+/// Fails unless a file of this name can be written with these options, as far as its extension tells.
+void CheckWriting(const std::string& path, const WriteOptions& options);
+
 /// Writes the first layer through the registered writer for the extension, or else through Qt. What is seen
 /// is kept: colours are brought to the state that the file's format stores, and formats without alpha get the
 /// picture over black. A failure leaves an earlier file of that name as it was.

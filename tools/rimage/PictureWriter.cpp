@@ -62,6 +62,12 @@ void Write(Picture& picture, const std::string& path, const WriteOptions& option
 
 }  // namespace
 
+void CheckWriting(const std::string& path, const WriteOptions& options) {
+  CheckWriter(path);
+  if (options.quality >= 0) CheckEncoder(path, EncoderOption::kQuality, "--quality");
+  if (options.compression >= 0) CheckEncoder(path, EncoderOption::kCompression, "--compression");
+}
+
 void WritePicture(Picture picture, const std::string& path, const WriteOptions& options) {
   CheckWriter(path);
   NamingMemoryFailure(ExitCode::kWrite, path, [&] { Write(picture, path, options); });

@@ -8,13 +8,16 @@
 #include <QThreadPool>
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <latch>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include "Commands.h"
 #include "FileFormats.h"
 #include "NumberCheck.h"
+#include "RealNames.h"
 
 namespace {
 
@@ -23,6 +26,7 @@ struct Options {
   int columns = 0;                 // 0: about as many as rows
   int size = 160;
   ReadOptions read;
+  WriteOptions write;
 };
 
 constexpr int kMargin = 12;
@@ -161,15 +165,56 @@ QImage Draw(const std::vector<Tile>& tiles, const Options& options) {
   return sheet;
 }
 
+// Whether there is nothing but background along the top and the left.
+bool HasMargin(const QImage& image, int tolerance) {
+  const auto isBackground = [&](int x, int y) {
+    const QRgb pixel = image.pixel(x, y);
+    const int difference =
+        std::max({std::abs(qRed(pixel) - qRed(kBackground)), std::abs(qGreen(pixel) - qGreen(kBackground)),
+                  std::abs(qBlue(pixel) - qBlue(kBackground))});
+    return difference <= tolerance;
+  };
+  for (int x = 0; x < image.width(); ++x) {
+    if (!isBackground(x, 0)) return false;
+  }
+  for (int y = 0; y < image.height(); ++y) {
+    if (!isBackground(0, y)) return false;
+  }
+  return true;
+}
+
+// Where OUT was forgotten, the last picture stands in its place: a picture is replaced only if it is a sheet.
+void CheckTarget(Host& host, const Options& options) {
+  constexpr int kLoss = 32;  // of the worst quality
+  const std::string& out = options.files.back();
+  const bool isPicture = std::any_of(options.files.begin(), options.files.end() - 1,
+                                     [&](const std::string& file) { return IsSameFile(file, out); });
+  if (isPicture) {
+    throw Failure(ExitCode::kUsage, out, "this is one of the pictures and would be replaced",
+                  "the sheet needs a file of its own");
+  }
+  std::optional<Picture> earlier;
+  try {
+    earlier = ReadPicture(host, out, options.read);
+  } catch (const Failure&) {
+    return;  // no picture is there
+  }
+  const bool isLossy = TakesOption(out, EncoderOption::kQuality);
+  if (HasMargin(ToQImage(*earlier), isLossy ? kLoss : 0)) return;
+  throw Failure(ExitCode::kUsage, out, "this picture is no sheet and would be replaced",
+                "OUT comes last; remove the file if it may go");
+}
+
 ExitCode Run(Host& host, const Options& options) {
-  CheckWriter(options.files.back());
-  for (auto file = options.files.begin(); file != options.files.end() - 1; ++file)
-    PrepareToRead(host, *file, options.read);
+  CheckWriting(options.files.back(), options.write);
+  for (const std::string& file : options.files) PrepareToRead(host, file, options.read);
+  CheckTarget(host, options);
   host.StartGui();
   NamingMemoryFailure(ExitCode::kWrite, options.files.back(), StartPaintingThreads);
   const auto tiles = ReadTiles(host, options);
-  NamingMemoryFailure(ExitCode::kWrite, options.files.back(),
-                      [&] { WritePicture(FromQImage(Draw(tiles, options)), options.files.back(), {}); });
+  NamingMemoryFailure(ExitCode::kWrite, options.files.back(), [&] {
+    WritePicture(FromQImage(Draw(tiles, options)), options.files.back(), options.write);
+  });
   return tiles.size() + 1 == options.files.size() ? ExitCode::kOk : ExitCode::kDifferent;
 }
 
@@ -178,15 +223,19 @@ ExitCode Run(Host& host, const Options& options) {
 Command AddSheetCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("sheet", "Put pictures on one page, with their names");
   const auto options = std::make_shared<Options>();
-  command->add_option("FILES OUT", options->files, "Pictures, and the sheet to write")->type_name("");
+  command->add_option("FILE... OUT", options->files, "Pictures, and the sheet to write")->type_name("");
   command->add_option("--columns", options->columns, "Pictures side by side")
       ->transform(WholeNumber(1, 1000));
   command->add_option("--size", options->size, "Longest side of a picture on the sheet (160)")
       ->transform(WholeNumber(16, 4096));
+  AddWriteOptions(*command, options->write);
   AddReadOptions(*command, options->read);
+  command->footer(
+      "OUT may be an earlier sheet; another picture is not replaced, so that none is lost where OUT was "
+      "forgotten.");
   return {command,
           [command, options](Host& host) {
-            Require(*command, "FILES", !options->files.empty());
+            Require(*command, "FILE", !options->files.empty());
             Require(*command, "OUT", options->files.size() > 1);
             return Run(host, *options);
           },

@@ -10,7 +10,6 @@
 #include "Cg/cg.h"
 #include "Choice.h"
 #include "Commands.h"
-#include "FileFormats.h"
 #include "GLContext.h"
 #include "NumberCheck.h"
 #include "Sequence.h"
@@ -29,6 +28,7 @@ struct Options {
   unsigned int xBase = 0;
   unsigned int yBase = 0;
   ReadOptions read;
+  WriteOptions write;
   SequenceOptions sequence;
 };
 
@@ -149,12 +149,12 @@ ExitCode Run(Host& host, const Options& options) {
     CheckSizes(options, *left.image, *right.image);
     Compose(options, *left.image, *right.image);
   }
-  WritePicture(std::move(left), options.out, {});
+  WritePicture(std::move(left), options.out, options.write);
   return ExitCode::kOk;
 }
 
 void Prepare(Host& host, const Options& options) {
-  CheckWriter(options.out);
+  CheckWriting(options.out, options.write);
   const Gpu& gpu = host.FindGpu(GpuMode::kAuto);
   if (gpu.IsUsable()) return;
   throw Failure(ExitCode::kNoGpu, "stereo", "it needs OpenGL: " + gpu.Reason(), "rimage doctor tells more");
@@ -193,6 +193,7 @@ Command AddStereoCommand(CLI::App& app) {
       ->type_name(ModeNames());
   AddBase(*command, "--x-base", options->xBase, "Column of the screen where the frame begins (0)");
   AddBase(*command, "--y-base", options->yBase, "Row of the screen where the frame begins, from the top (0)");
+  AddWriteOptions(*command, options->write);
   AddReadOptions(*command, options->read);
   AddSequenceOptions(*command, options->sequence);
   command->footer(
