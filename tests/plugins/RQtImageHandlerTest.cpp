@@ -479,7 +479,7 @@ TEST_F(TheFileBetween, TakesWhatADeviceHoldsThroughInterruptions) {
     QBuffer buffer(&array);
     buffer.open(QIODevice::ReadOnly);
     const test::FileTrouble file(Path(), trouble, which, EIO);
-    const QImage image = QImageReader(&buffer, "sgi").read();
+    QImage image = QImageReader(&buffer, "sgi").read();
     if (calls) *calls = file.Names();
     return image;
   };

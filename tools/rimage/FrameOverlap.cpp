@@ -46,9 +46,11 @@ std::optional<FrameOverlap> FindOverlap(const FrameNames& names, std::span<const
   for (const int frame : frames) {
     const std::string output = FrameName(names.output, frame);
     const std::string realName = realNames.Of(output);
-    for (const ReadFile& file : std::ranges::equal_range(files, HashOf(realName), {}, &ReadFile::hash)) {
-      if (realNames.Of(FrameName(*file.pattern, file.frame)) != realName) continue;
-      FrameOverlap overlap{output, frame, ReaderOf(file, frames, frame)};
+    const std::size_t hash = HashOf(realName);
+    for (auto file = std::ranges::lower_bound(files, hash, {}, &ReadFile::hash);
+         file != files.end() && file->hash == hash; ++file) {
+      if (realNames.Of(FrameName(*file->pattern, file->frame)) != realName) continue;
+      FrameOverlap overlap{output, frame, ReaderOf(*file, frames, frame)};
       if (!overlap.IsInPlace()) return overlap;
       if (!inPlace) inPlace = std::move(overlap);
     }

@@ -23,7 +23,7 @@ namespace {
 
 std::string TargetOf(const std::string& name) {
   std::error_code error;
-  const std::string target = FollowLinks(name, error).string();
+  std::string target = FollowLinks(name, error).string();
   if (error) Fail(name, ErrorText(error.value()));
   return target;
 }
