@@ -225,7 +225,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "nodes go in a circle: a -> b -> c -> a (an arrow goes from a node to what it reads)\n"},
         Mistake{"fewInputs", One(""), "node x: 0 inputs given, RImOpBlend reads 1 to 2 (IN_0, IN_1)\n"},
         Mistake{"oneOfTwo", One(R"(, "inputs": ["a.png"], "properties": {"Preset": 6})"),
-                "node x: 1 inputs given, RImOpBlend reads 2 (IN_0, IN_1)\n"},
+                "node x: 1 input given, RImOpBlend reads 2 (IN_0, IN_1)\n"},
         Mistake{"manyInputs", One(R"(, "inputs": ["a.png", "b.png", "c.png"])"),
                 "node x: 3 inputs given, RImOpBlend reads 1 to 2 (IN_0, IN_1)\n"}),
     [](const auto& row) { return row.param.name; });

@@ -117,7 +117,8 @@ TEST(Help, SubCommandsAreToldInBothWays) {
 TEST(Help, ValuesAreToldWithoutTheirTypes) {
   const std::string help = Output({"help", "convert"});
   EXPECT_THAT(help, HasSubstr("\n  --quality N                 Quality of JPEG, 0 to 100\n"));
-  EXPECT_THAT(help, HasSubstr("\n  --gpu auto|never|require    Draw with"));
+  EXPECT_THAT(help,
+              HasSubstr("\n  --gpu auto|never|require    auto and never decode textures on the processor"));
   EXPECT_THAT(help, HasSubstr("\n  --alpha [=invert]           Make a picture of the alpha\n"));
   EXPECT_THAT(help, HasSubstr("\n  --flip                      Exchange top and bottom\n"));
   for (const std::string& command : SubCommands())

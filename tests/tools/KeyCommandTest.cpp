@@ -195,13 +195,27 @@ TEST_F(KeyCommand, TellsWhatBetterBackEndsLack) {
     EXPECT_THAT(result.output, HasSubstr(line));
 }
 
-// The second picture is read by difference keying, and may be there in any other mode.
+// The second picture is read by difference keying, and may be there in any other mode, which says so.
 TEST_F(KeyCommand, TheCleanBackgroundIsOptional) {
-  EXPECT_EQ(Key({}, {In()}, {}).code, 0);
-  EXPECT_EQ(Key({}, {In(), Clean()}, {}).code, 0);
+  EXPECT_EQ(Key({}, {In()}, {}).errors, "");
+  const auto unread = Key({}, {In(), Clean()}, {});
+  EXPECT_EQ(unread.code, 0);
+  EXPECT_EQ(unread.errors, "rimage: key: CLEAN is not read with these properties\n");
+  EXPECT_EQ(Key({}, {In(), Clean()}, {"Mode=Difference Keying"}).errors, "");
   const auto result = Key({}, {In()}, {"Mode=Difference Keying"});
   EXPECT_EQ(result.code, 2);
-  EXPECT_EQ(result.errors, "rimage: key: 1 inputs given, RImOpKeyer reads 2 (IN_0, IN_1)\n");
+  EXPECT_EQ(result.errors,
+            "rimage: key: CLEAN is missing (RImOpKeyer reads 2 inputs with these properties)\n");
+}
+
+TEST_F(KeyCommand, GraphsTellWhatIsNotReadAsWell) {
+  const std::string text = R"({"nodes": {"k": {"operator": "key", "inputs": ["in.png", "clean.png"]}}})";
+  const std::string graph = mFolder.Write("graph.json", {text.begin(), text.end()});
+  test::Save(test::Load(In()), mFolder.Path("in.png"));
+  test::Save(test::Load(Clean()), mFolder.Path("clean.png"));
+  const auto result = RunTool({"graph", graph, Out()}, kSettings);
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.errors, "rimage: " + graph + ": node k: IN_1 is not read with these properties\n");
 }
 
 TEST_F(KeyCommand, InDifferenceKeyingTheBackgroundDecidesTheSize) {

@@ -99,17 +99,13 @@ TEST(PropertiesCommand, TellsAllOfTheKeyer) {
   const auto percent = [](const char* name, double value) {
     return Json{{"name", name}, {"type", "number"}, {"default", value}, {"animatable", true}};
   };
-  const auto widened = [](float value) { return static_cast<double>(value); };
   const Json expected = {
       {"operator", "RImOpKeyer"},
       {"properties",
        {enumeration("Mode", {"Chroma Keying", "Luminance Keying", "Difference Keying"}),
         enumeration("Output", {"Key", "Matte"}),
         {{"name", "InvertMatte"}, {"type", "boolean"}, {"default", false}, {"animatable", false}},
-        {{"name", "Key"},
-         {"type", "colour"},
-         {"default", {widened(0.2F), widened(0.28F), widened(0.68F)}},
-         {"animatable", false}},
+        {{"name", "Key"}, {"type", "colour"}, {"default", {0.2, 0.28, 0.68}}, {"animatable", false}},
         percent("Threshold", 100),
         percent("Softness", 0),
         percent("Suppression", 0),

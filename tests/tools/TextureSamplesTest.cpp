@@ -312,6 +312,40 @@ TEST(TextureOptionsTest, PicturesThatTheTextureDoesNotHaveAreRefused) {
   }
 }
 
+TEST(TextureOptionsTest, OtherPicturesHaveNoneOfIt) {
+  const test::TemporaryFolder folder;
+  const std::string plain = folder.Path("plain.png");
+  test::Save(test::MakeOpaque(16, 8), plain);
+  for (const auto& [option, value] : {std::pair{"--level", "1"},
+                                      {"--face", "1"},
+                                      {"--face", "+x"},
+                                      {"--slice", "1"},
+                                      {"--exposure", "1"}}) {
+    const std::string message =
+        "rimage: " + plain + ": this is no texture (" + std::string(option) + " is for dds)\n";
+    const auto info = RunTool({"info", option, value, plain});
+    EXPECT_EQ(info.code, 2) << option;
+    EXPECT_EQ(info.errors, message);
+    const auto convert = RunTool({"convert", option, value, plain, folder.Path("out.png")});
+    EXPECT_EQ(convert.code, 2) << option;
+    EXPECT_EQ(convert.errors, message);
+  }
+  EXPECT_EQ(RunTool({"convert", "--level=0", plain, folder.Path("out.png")}).code, 0) << "this it has";
+  const std::string texture = test::DataPath("dds/magnum_dxt1-cube-mips.dds");
+  EXPECT_EQ(RunTool({"info", "--level", "1", plain, texture}).code, 1) << "one of two";
+}
+
+// The options are those of the mask, or the mask is an ordinary picture.
+TEST(TextureOptionsTest, AreForMasksToo) {
+  const test::TemporaryFolder folder;
+  const std::string texture = test::DataPath("dds/magnum_dxt1-cube-mips.dds");
+  const std::string level = folder.Path("level.png");
+  ASSERT_EQ(RunTool({"convert", texture, "--level=1", level}).code, 0);
+  const std::string out = folder.Path("out.png");
+  EXPECT_EQ(RunTool({"convert", level, "--merge-alpha", texture, "--level=1", out}).code, 0);
+  EXPECT_EQ(RunTool({"convert", texture, "--merge-alpha", level, "--level=1", out}).code, 0);
+}
+
 TEST(TextureOptionsTest, FacesHaveNames) {
   const test::TemporaryFolder folder;
   const std::string cube = test::DataPath("dds/magnum_rgba8unorm-cube.dds");

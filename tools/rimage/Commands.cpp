@@ -24,7 +24,7 @@ void AddReadOptions(CLI::App& app, ReadOptions& options) {
            options.seconds = seconds;
            options.isolate = true;
          },
-         "Longest time for one picture, which --isolate watches over (30)")
+         "Longest time for one picture, watched over by --isolate, which this switches on (30)")
       ->type_name("S")
       ->transform(WholeNumber(1, 86400));
 }

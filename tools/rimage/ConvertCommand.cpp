@@ -1,5 +1,6 @@
 // rimage convert: one picture file to another, with operations in between.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -69,8 +70,9 @@ FrameTask MakeTask(Host& host, const CLI::App& command, const Options& options) 
   FrameTask task{command.get_name(), {{options.input}, options.output}, {}, {}};
   for (const std::string& mask : command.get_option("--merge-alpha")->results())
     task.names.inputs.push_back(mask);
-  task.prepare = [&host, &options] {
+  task.prepare = [&host, &options, inputs = task.names.inputs] {
     CheckWriting(options.output, options.write);
+    if (std::ranges::none_of(inputs, IsTexture)) CheckTextureOptions(options.input, options.read.texture);
     if (options.sequence.IsGiven() && options.read.texture.gpu == GpuMode::kRequire)
       (void)host.FindGpu(GpuMode::kRequire);
   };

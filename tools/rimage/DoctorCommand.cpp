@@ -63,7 +63,7 @@ Json OpenGLJson(const Gpu& gpu) {
 void PrintJson(const Gpu& gpu) {
   const Json json = {
       {"rimage", RIMAGE_VERSION},
-      {"qt", {{"version", qVersion()}, {"reads", ListQtReaders()}, {"writes", ListQtWriters()}}},
+      {"qt", {{"version", qVersion()}, {"reads", ListQtReaders()}, {"writes", ListQtEncoders()}}},
       {"display",
        {{"platform", gpu.IsUsable() ? Json(gpu.Description().platform) : Json(nullptr)},
         {"name", gpu.Display().empty() ? Json(nullptr) : Json(gpu.Display())},
@@ -103,7 +103,7 @@ void PrintText(const Gpu& gpu) {
   PrintRow("Effects run", gpu.IsUsable() ? "with OpenGL" : "on the processor: " + gpu.Reason());
   if (gpu.IsUsable()) PrintDriver(gpu.Description());
   fmt::print("Qt reads:\n  {}\nQt writes:\n  {}\n", fmt::join(ListQtReaders(), ", "),
-             fmt::join(ListQtWriters(), ", "));
+             fmt::join(ListQtEncoders(), ", "));
 }
 
 struct Options {
@@ -124,6 +124,7 @@ Command AddDoctorCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("doctor", "Show what this machine offers: display, OpenGL, formats");
   const auto options = std::make_shared<Options>();
   command->add_flag("--json", options->json, "Print JSON");
-  AddGpuOption(*command, options->gpu);
+  AddGpuOption(*command, options->gpu,
+               "auto looks for OpenGL, never does without, and require fails where there is none");
   return {command, [options](Host&) { return Run(*options); }, {{"What draws here", "rimage doctor"}}};
 }

@@ -43,6 +43,8 @@ Graph MakeGraph(const EffectCommand& effect, const Options& options) {
   GraphNode node;
   node.name = effect.name;
   node.operatorName = OperatorOfCommand(effect.name);
+  node.inputNames.assign(effect.inputs.begin(), effect.inputs.end());
+  node.fixedInputs = effect.leastInputs;
   for (auto file = options.files.begin(); file != options.files.end() - 1; ++file) {
     CheckReader(*file);
     node.inputs.push_back(*file);
@@ -90,7 +92,7 @@ void CheckSave(const std::string& save, const FrameNames& names) {
 }  // namespace
 
 void AddEffectOptions(CLI::App& app, EffectOptions& options) {
-  AddGpuOption(app, options.gpu);
+  AddGpuOption(app, options.gpu, "Draw with OpenGL: auto (when there is a driver), never, or require");
   app.add_flag("--explain", options.explain,
                "Tell what each effect reads, what it draws with and why, in which form and how large");
   app.add_option("--save", options.save,

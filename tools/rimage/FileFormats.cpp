@@ -45,6 +45,12 @@ RDestroyPtr<RStream> CreateStreamFor(const char* group, const std::string& exten
   return RDestroyPtr<RStream>(face ? dynamic_cast<RStream*>(face->IQuery(0, 0)) : nullptr);
 }
 
+std::vector<std::string> ToNames(const QList<QByteArray>& formats) {
+  std::vector<std::string> names;
+  for (const QByteArray& format : formats) names.push_back(format.toStdString());
+  return names;
+}
+
 bool Lists(const QList<QByteArray>& formats, const std::string& extension) {
   return formats.contains(QByteArray::fromStdString(extension));
 }
@@ -113,11 +119,9 @@ std::vector<std::string> ListQtWriters() {
   return extensions;
 }
 
-std::vector<std::string> ListQtReaders() {
-  std::vector<std::string> names;
-  for (const QByteArray& name : QImageReader::supportedImageFormats()) names.push_back(name.toStdString());
-  return names;
-}
+std::vector<std::string> ListQtReaders() { return ToNames(QImageReader::supportedImageFormats()); }
+
+std::vector<std::string> ListQtEncoders() { return ToNames(QImageWriter::supportedImageFormats()); }
 
 RDestroyPtr<RStream> CreateStream(const char* group, const std::string& path) {
   return CreateStreamFor(group, ExtensionOf(path));

@@ -45,8 +45,9 @@ std::vector<StreamEntry> ListStreams(const char* group);
 /// Returns the extensions that have no registered writer but that the module writes through Qt.
 std::vector<std::string> ListQtWriters();
 
-/// Returns the names under which Qt knows the contents of files.
+/// Returns the names under which Qt knows the contents of files that it reads (writes).
 std::vector<std::string> ListQtReaders();
+std::vector<std::string> ListQtEncoders();
 
 /// Returns a new stream that is registered for the path's extension; null when there is none.
 RDestroyPtr<RStream> CreateStream(const char* group, const std::string& path);

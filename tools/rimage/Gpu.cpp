@@ -17,10 +17,10 @@ std::string Environment(const char* name) {
 
 }  // namespace
 
-void AddGpuOption(CLI::App& app, GpuMode& mode) {
+void AddGpuOption(CLI::App& app, GpuMode& mode, const char* help) {
   static const std::map<std::string, GpuMode> kModes = {
       {"auto", GpuMode::kAuto}, {"never", GpuMode::kNever}, {"require", GpuMode::kRequire}};
-  app.add_option("--gpu", mode, "Draw with OpenGL: auto (when there is a driver), never, or require")
+  app.add_option("--gpu", mode, help)
       ->transform(OneOf(kModes))
       ->type_name("auto|never|require")
       ->default_str("auto");

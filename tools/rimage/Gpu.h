@@ -15,8 +15,8 @@ enum class GpuMode {
   kRequire,  ///< the graphics card, or failure
 };
 
-/// Adds --gpu=auto|never|require.
-void AddGpuOption(CLI::App& app, GpuMode& mode);
+/// Adds --gpu=auto|never|require, with what it does as the help.
+void AddGpuOption(CLI::App& app, GpuMode& mode, const char* help);
 
 /// What a driver offers.
 struct GpuDescription {

@@ -10,10 +10,12 @@
 /// An effect and what it reads.
 struct GraphNode {
   std::string name;
-  std::string operatorName;               ///< of its class
-  std::vector<std::string> inputs;        ///< by input plug: the name of a node, or the path of a file
-  std::string record;                     ///< as the host stores the operator; may be empty
-  std::vector<PropertySetting> settings;  ///< applied in this order, after the record
+  std::string operatorName;                  ///< of its class
+  std::vector<std::string> inputs;           ///< by input plug: the name of a node, or the path of a file
+  std::string record;                        ///< as the host stores the operator; may be empty
+  std::vector<PropertySetting> settings;     ///< applied in this order, after the record
+  std::vector<std::string> inputNames = {};  ///< what messages call the inputs; empty: as the plugs
+  std::size_t fixedInputs = 0;               ///< that must be there whether they are read or not
 };
 
 struct Graph {

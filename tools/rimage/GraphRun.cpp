@@ -59,14 +59,25 @@ std::string StoreRecord(RImageOperator& op) {
   return arc.GetText();
 }
 
-void CheckInputs(const std::string& subject, const RImageOperator& op, std::size_t given) {
+// How many inputs an effect reads depends on its properties.
+void CheckInputs(const std::string& subject, const RImageOperator& op, const GraphNode& node) {
   const auto plugs = PlugNames(op, RImageOperator::kPlugInput);
+  const auto& names = node.inputNames.empty() ? plugs : node.inputNames;
+  const std::size_t given = node.inputs.size();
   const auto least = static_cast<std::size_t>(std::max(op.GetProcessingNode()->GetInputCount(), 0));
-  if (given >= least && given <= plugs.size()) return;
+  if (given < least && given < names.size() && !node.inputNames.empty()) {
+    throw Failure(ExitCode::kUsage, subject, fmt::format("{} is missing", names[given]),
+                  fmt::format("{} reads {} inputs with these properties", op.GetClassIdName(), least));
+  }
+  if (given >= least && given <= plugs.size()) {
+    for (std::size_t i = std::max(least, node.fixedInputs); i < given; ++i)
+      ShowNote(subject, fmt::format("{} is not read with these properties", names[i]));
+    return;
+  }
   const bool any = least != plugs.size();
   throw Failure(ExitCode::kUsage, subject,
-                fmt::format("{} inputs given, {} reads {}{}", given, op.GetClassIdName(),
-                            any ? fmt::format("{} to ", least) : "", plugs.size()),
+                fmt::format("{} input{} given, {} reads {}{}", given, given == 1 ? "" : "s",
+                            op.GetClassIdName(), any ? fmt::format("{} to ", least) : "", plugs.size()),
                 fmt::format("{}", fmt::join(plugs, ", ")));
 }
 
@@ -115,7 +126,7 @@ GraphRun::Step GraphRun::MakeStep(const GraphNode& node) const {
   RestoreRecord(subject, *step.op, node.record);
   for (const PropertySetting& setting : node.settings) SetProperty(subject, *step.op, setting);
   if (!step.op->GetProcessingNode()) throw std::bad_alloc();
-  CheckInputs(subject, *step.op, node.inputs.size());
+  CheckInputs(subject, *step.op, node);
   for (const std::string& input : node.inputs) {
     if (!IsNodeName(input)) CheckReader(input);
   }
@@ -234,15 +245,6 @@ Graph GraphRun::Record() const {
 
 namespace {
 
-// The value with as many digits as nodes hold.
-std::string ShortText(const RProperty& property) {
-  const RPropertyValue value = property.GetValue();
-  if (const auto* number = std::get_if<double>(&value)) return fmt::format("{:.7g}", *number);
-  if (const auto* colour = std::get_if<RgeRGBVector>(&value))
-    return fmt::format("{:.7g} {:.7g} {:.7g}", colour->r, colour->g, colour->b);
-  return property.GetText();
-}
-
 void AddRow(std::string& text, const std::string& name, const std::string& value) {
   text += fmt::format("  {:<10}{}\n", name, value);
 }
@@ -284,7 +286,7 @@ std::string GraphRun::ExplainProperties(const Step& step) {
   for (int i = 0; i < step.op->GetPropertyCount(); ++i) {
     const RProperty& property = *step.op->GetProperty(i);
     if (property.GetText() != fresh->GetProperty(i)->GetText())
-      settings.push_back(fmt::format("{} = {}", property.GetName(), ShortText(property)));
+      settings.push_back(fmt::format("{} = {}", property.GetName(), ValueText(property)));
   }
   return settings.empty() ? "nothing" : fmt::format("{}", fmt::join(settings, ", "));
 }

@@ -99,6 +99,7 @@ ExitCode Run(Host& host, const Options& options) {
   ExitCode worst = ExitCode::kOk;
   for (const std::string& path : options.files) {
     try {
+      CheckTextureOptions(path, options.read.texture);
       const FilePicture file = ReadPictureFile(host, path, options.read);
       Json info = Describe(path, file);
       if (!options.json) PrintText(info);

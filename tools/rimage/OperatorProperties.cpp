@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <array>
+#include <charconv>
 #include <nlohmann/json.hpp>
 
 #include "Suggestion.h"
@@ -67,7 +68,8 @@ void CheckRange(const std::string& subject, const RProperty& property, const Pro
     bool isNumber = false;
     const double number = word.toDouble(&isNumber);
     if (!isNumber || (number >= property.GetMin() && number <= property.GetMax())) continue;
-    throw WrongValue(subject, setting, fmt::format("{:g} to {:g}", property.GetMin(), property.GetMax()));
+    throw WrongValue(subject, setting,
+                     fmt::format("{} to {}", NumberText(property.GetMin()), NumberText(property.GetMax())));
   }
 }
 
@@ -96,11 +98,28 @@ std::vector<std::string> EnumerationTexts(const RProperty& property) {
 
 const char* TypeName(const RProperty& property) { return TypeOf(property).name; }
 
+std::string NumberText(double number) { return fmt::format("{}", static_cast<float>(number)); }
+
+std::string ValueText(const RProperty& property) {
+  const RPropertyValue value = property.GetValue();
+  if (const auto* number = std::get_if<double>(&value)) return NumberText(*number);
+  if (const auto* colour = std::get_if<RgeRGBVector>(&value))
+    return fmt::format("{} {} {}", NumberText(colour->r), NumberText(colour->g), NumberText(colour->b));
+  return property.GetText();
+}
+
+double ShortNumber(double number) {
+  const std::string text = NumberText(number);
+  (void)std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
 nlohmann::ordered_json ValueToJson(const RProperty& property) {
   const RPropertyValue value = property.GetValue();
   if (const auto* truth = std::get_if<bool>(&value)) return *truth;
-  if (const auto* number = std::get_if<double>(&value)) return *number;
-  if (const auto* colour = std::get_if<RgeRGBVector>(&value)) return {colour->r, colour->g, colour->b};
+  if (const auto* number = std::get_if<double>(&value)) return ShortNumber(*number);
+  if (const auto* colour = std::get_if<RgeRGBVector>(&value))
+    return {ShortNumber(colour->r), ShortNumber(colour->g), ShortNumber(colour->b)};
   if (property.GetInfo()->type == kPropertyEnumeration) return property.GetText();
   return std::get<int>(value);
 }

@@ -27,5 +27,15 @@ std::vector<std::string> EnumerationTexts(const RProperty& property);
 /// Returns "boolean", "integer", "number", "colour" or "enumeration".
 const char* TypeName(const RProperty& property);
 
-/// Returns the value; an enumeration's as its text.
+/// Returns the shortest text that gives the number back in single precision, in which nodes hold their
+/// numbers.
+std::string NumberText(double number);
+
+/// Returns the value as people read it.
+std::string ValueText(const RProperty& property);
+
+/// Returns a number that JSON writes as `NumberText` does.
+double ShortNumber(double number);
+
+/// Returns the value, numbers short; an enumeration's as its text.
 nlohmann::ordered_json ValueToJson(const RProperty& property);

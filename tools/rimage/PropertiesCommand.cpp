@@ -23,7 +23,7 @@ struct Options {
 Json Describe(RImageOperator& op, RProperty& property) {
   Json json = {{"name", property.GetName()}, {"type", TypeName(property)}};
   if (const auto texts = EnumerationTexts(property); !texts.empty()) json["values"] = texts;
-  if (property.HasMinMax()) json["range"] = {property.GetMin(), property.GetMax()};
+  if (property.HasMinMax()) json["range"] = {ShortNumber(property.GetMin()), ShortNumber(property.GetMax())};
   json["default"] = ValueToJson(property);
   json["animatable"] = op.IsAnimatableProperty(&property);
   return json;
@@ -39,9 +39,10 @@ void PrintText(RImageOperator& op) {
   for (int i = 0; i < op.GetPropertyCount(); ++i) {
     RProperty& property = *op.GetProperty(i);
     std::string range;
-    if (property.HasMinMax()) range = fmt::format(", {:g} to {:g}", property.GetMin(), property.GetMax());
+    if (property.HasMinMax())
+      range = fmt::format(", {} to {}", NumberText(property.GetMin()), NumberText(property.GetMax()));
     fmt::print("{:<20}{}{}, default {}{}\n", property.GetName(), TypeName(property), range,
-               property.GetText(), op.IsAnimatableProperty(&property) ? ", animatable" : "");
+               ValueText(property), op.IsAnimatableProperty(&property) ? ", animatable" : "");
     const auto texts = EnumerationTexts(property);
     for (std::size_t value = 0; value < texts.size(); ++value) {
       fmt::print("{:>22}  {}\n", value, texts[value]);

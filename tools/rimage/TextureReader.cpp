@@ -11,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "FileFormats.h"
 #include "NumberCheck.h"
@@ -106,7 +107,20 @@ void AddTextureOptions(CLI::App& app, TextureOptions& options) {
   group(app.add_option("--exposure", options.exposure, "Stops by which pictures of floats are brightened (0)")
             ->type_name("STOPS")
             ->transform(Number(-64, 64)));
-  AddGpuOption(app, options.gpu);
+  AddGpuOption(app, options.gpu,
+               "auto and never decode textures on the processor, require with OpenGL or not at all; other "
+               "pictures need none");
+}
+
+void CheckTextureOptions(const std::string& path, const TextureOptions& options) {
+  if (IsTexture(path)) return;
+  const std::array asked{
+      std::pair{"--level", options.level != 0}, std::pair{"--face", options.face != 0 || options.isFaceNamed},
+      std::pair{"--slice", options.slice != 0}, std::pair{"--exposure", options.exposure != 0}};
+  for (const auto& [option, isAsked] : asked) {
+    if (isAsked)
+      throw Failure(ExitCode::kUsage, path, "this is no texture", fmt::format("{} is for dds", option));
+  }
 }
 
 std::vector<std::string> FaceNames() { return {kFaceNames.begin(), kFaceNames.end()}; }

@@ -27,6 +27,10 @@ void AddTextureOptions(CLI::App& app, TextureOptions& options);
 /// Returns the names of the faces of a cube map, in their order.
 std::vector<std::string> FaceNames();
 
+/// Fails, with a usage error that names the file, where options ask for what only textures have and the file,
+/// as its extension tells, is none.
+void CheckTextureOptions(const std::string& path, const TextureOptions& options);
+
 /// Whether the file is one that `ReadTexture` reads.
 bool IsTexture(const std::string& path);
 
