@@ -78,13 +78,27 @@ void SetUpTexturing(GLuint texture) {
   glColor3d(1.0, 1.0, 1.0);
 }
 
-void RestoreDrawing(GLuint texture) {
-  glEnable(GL_DEPTH_TEST);
-  glDisable(GL_BLEND);
-  glDisable(GL_TEXTURE_2D);
-  glBindTexture(GL_TEXTURE_2D, 0);
-  glDeleteTextures(1, &texture);
-}
+// The texture that is drawn, and the state to draw it with.
+class DrawnTexture {
+ public:
+  DrawnTexture() {
+    glGenTextures(1, &mName);
+    SetUpTexturing(mName);
+  }
+  ~DrawnTexture() {
+    glEnable(GL_DEPTH_TEST);
+    glDisable(GL_BLEND);
+    glDisable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glDeleteTextures(1, &mName);
+  }
+  DrawnTexture(const DrawnTexture&) = delete;
+  DrawnTexture& operator=(const DrawnTexture&) = delete;
+  GLuint Name() const { return mName; }
+
+ private:
+  GLuint mName = 0;
+};
 
 void DrawQuad(int width, int height) {
   glBegin(GL_QUADS);
@@ -142,14 +156,11 @@ bool RepeatSlice(RImageDDS& image, int slice) {
 
 bool DrawSlices(RImageDDS& image) {
   SetUpDrawing(ViewportSide(image.GetWidth()), ViewportSide(image.GetHeight()));
-  GLuint texture = 0;
-  glGenTextures(1, &texture);
-  SetUpTexturing(texture);
+  const DrawnTexture texture;
   bool drawn = true;
   const int textures = image.DDSImage().get_num_images();
   for (int slice = 0; slice < image.GetDepth() && drawn; ++slice)
-    drawn = slice < textures ? DrawSlice(image, slice, texture) : RepeatSlice(image, slice);
-  RestoreDrawing(texture);
+    drawn = slice < textures ? DrawSlice(image, slice, texture.Name()) : RepeatSlice(image, slice);
   return drawn;
 }
 

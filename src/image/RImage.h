@@ -335,8 +335,8 @@ class RIMAGE_API RImage : public RObject {
  private:
   /// Replaces the texture's lower left corner by the pixels at `source`, in the image's format and size.
   void UploadPixels(unsigned char* source);
-  /// Makes the record the owner of a texture.
-  void TakeTexture(unsigned int name);
+  /// Makes the record the owner of a texture, which is deleted when the last of its `users` goes.
+  void TakeTexture(unsigned int name, std::shared_ptr<unsigned int> users);
   /// Reads the texture's level 0 into the raw buffer.
   void DownloadPixels();
   /// Copies what fits of a level's tightly packed pixels, `pixelSize` bytes each, into the raw buffer.

@@ -5,6 +5,7 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include "image/RImage.h"
@@ -101,12 +102,14 @@ bool RImage::ValidateGLAllocation(unsigned int* newTexture) {
   GLuint name = mTextureId;
   if (isFresh) {
     name = 0;
+    // Before there is a texture: where memory lacks, nobody would delete it.
+    auto users = std::make_shared<unsigned int>(0U);
     glGenTextures(1, &name);
     if (name == 0) return false;  // no context is current: a name that is already held stays
     if (newTexture)
       *newTexture = name;
     else
-      TakeTexture(name);
+      TakeTexture(name, std::move(users));
   }
   glBindTexture(GL_TEXTURE_2D, name);
   const auto width = static_cast<GLsizei>(PowerOfTwo(mWidth));
@@ -121,10 +124,11 @@ bool RImage::ValidateGLAllocation(unsigned int* newTexture) {
   return true;
 }
 
-void RImage::TakeTexture(unsigned int name) {
+void RImage::TakeTexture(unsigned int name, std::shared_ptr<unsigned int> users) {
+  *users = name;
   mTextureId = name;
   mOwnsTexture = true;
-  mTexture = std::make_shared<const unsigned int>(name);
+  mTexture = std::move(users);
 }
 
 void RImage::UploadPixels(unsigned char* source) {
@@ -215,7 +219,7 @@ void RImage::CopyLevel(const unsigned char* pixels, int width, int height, int p
 
 void RImage::SetTextureID(unsigned int textureId, bool own) {
   Clear();
-  if (own) TakeTexture(textureId);
+  if (own) TakeTexture(textureId, std::make_shared<unsigned int>(0U));
   mTextureId = textureId;
   mOwnsTexture = own;
   mIncarnation = kIncarnationGL;

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "image/RDestroyPtr.h"
+#include "operators/RGLRegistration.h"
 
 namespace {
 
@@ -95,8 +96,7 @@ constinit const RImOpBlend::PropertyTable RImOpBlend::kProperties = {{
 #undef ROW
 
 RImOpBlend::RImOpBlend(const RString& name) : RImageOperator(name, false) {
-  RegisterGLOperator(this);
-  mRegistered = true;
+  RGLRegistration registration(this);
   AppendPlug(kPlugInput, "IN_0");
   AppendPlug(kPlugInput, "IN_1");
   AppendPlug(kPlugOutput, "OUT_0");
@@ -104,6 +104,7 @@ RImOpBlend::RImOpBlend(const RString& name) : RImageOperator(name, false) {
   SetProcessingNode(std::unique_ptr<RFpNode>(CreateBlendNode()));
   RImOpBlend::PresetSet(kPresetA);
   RReadBackProperties(*this, kProperties);
+  mRegistered = registration.Keep();
 }
 
 RImOpBlend::~RImOpBlend() { RunTeardown(); }

@@ -4,6 +4,7 @@
 
 #include "fp/RFpColorMatrix.h"
 #include "image/RDestroyPtr.h"
+#include "operators/RGLRegistration.h"
 
 // --- Values between the properties and the node, in single precision there.
 
@@ -173,14 +174,14 @@ constexpr std::array kRangeOrder = {"Gain",       "ShadowGain",       "MidGain",
 }  // namespace
 
 RImOpCC::RImOpCC(const RString& name) : RImageOperator(name, false) {
-  RegisterGLOperator(this);
-  mRegistered = true;
+  RGLRegistration registration(this);
   AppendPlug(kPlugInput, "IN_0");
   AppendPlug(kPlugOutput, "OUT_0");
   RAddProperties(*this, kProperties);
   RDeclareRanges(*this, kProperties, kRangeOrder);
   SetProcessingNode(std::unique_ptr<RFpNode>(CreateCCNode()));
   RReadBackProperties(*this, kProperties);
+  mRegistered = registration.Keep();
 }
 
 RImOpCC::~RImOpCC() { RunTeardown(); }

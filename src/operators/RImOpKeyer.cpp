@@ -3,6 +3,7 @@
 #include <new>
 
 #include "image/RDestroyPtr.h"
+#include "operators/RGLRegistration.h"
 
 namespace {
 
@@ -85,14 +86,14 @@ static_assert(kReadBackOrder.size() == std::tuple_size_v<RImOpKeyer::PropertyTab
 }  // namespace
 
 RImOpKeyer::RImOpKeyer(const RString& name) : RImageOperator(name, false) {
-  RegisterGLOperator(this);
-  mRegistered = true;
+  RGLRegistration registration(this);
   AppendPlug(kPlugInput, "IN_0");
   AppendPlug(kPlugInput, "IN_1");
   AppendPlug(kPlugOutput, "OUT_0");
   RAddProperties(*this, kProperties);
   SetProcessingNode(std::unique_ptr<RFpNode>(CreateKeyerNode()));
   RReadBackProperties(*this, kProperties, kReadBackOrder);
+  mRegistered = registration.Keep();
 }
 
 RImOpKeyer::~RImOpKeyer() { RunTeardown(); }

@@ -55,36 +55,34 @@ ROffscreenTarget& TargetOf(QOpenGLContext* context) {
   Offscreen& state = State();
   auto& target = state.targets[context];
   if (!target) {
-    target = std::make_unique<ROffscreenTarget>();
+    // First, as memory may lack: a target that nobody drops would outlive its context.
     QObject::connect(context, &QOpenGLContext::aboutToBeDestroyed, state.surface,
                      [context] { DropTarget(context); });
+    target = std::make_unique<ROffscreenTarget>();
   }
   return *target;
 }
 
-void MakeSharedContext(QOpenGLContext* context) {
-  auto shared = std::make_unique<QOpenGLContext>();
-  shared->setFormat(context->format());
-  shared->setShareContext(context);
-  if (shared->create()) State().shared = shared.release();
-}
-
 void MakeSurface(QOpenGLContext* context) {
-  Offscreen& state = State();
   auto surface = std::make_unique<QOffscreenSurface>();
+  auto shared = std::make_unique<QOpenGLContext>();
   surface->setFormat(context->format());
   surface->create();
   if (!surface->isValid()) return;
-  state.surface = surface.release();
-  QSurface* const hostSurface = context->surface();
-  context->doneCurrent();
-  MakeSharedContext(context);
-  if (context->makeCurrent(state.surface)) {
-    // The viewport and the matrices belong to the host's context, which gets its own back.
-    const RGLHostState hostState;
-    if (hostState.IsSaved()) RSetImageDrawing(ROffscreenTarget::kLeastSize, ROffscreenTarget::kLeastSize);
+  {
+    const ScopedContext host(context, context->surface());
+    context->doneCurrent();
+    shared->setFormat(context->format());
+    shared->setShareContext(context);
+    if (!shared->create()) shared.reset();
+    if (context->makeCurrent(surface.get())) {
+      // The viewport and the matrices belong to the host's context, which gets its own back.
+      const RGLHostState hostState;
+      if (hostState.IsSaved()) RSetImageDrawing(ROffscreenTarget::kLeastSize, ROffscreenTarget::kLeastSize);
+    }
   }
-  context->makeCurrent(hostSurface);
+  State().shared = shared.release();
+  State().surface = surface.release();
 }
 
 }  // namespace
@@ -115,7 +113,12 @@ ROffscreenLock::ROffscreenLock() {
   mContext = QOpenGLContext::currentContext();
   mSurface = mContext->surface();
   mContext->doneCurrent();
-  if (!mContext->makeCurrent(State().surface) || !Begin()) End();
+  try {
+    if (!mContext->makeCurrent(State().surface) || !Begin()) End();
+  } catch (...) {
+    End();
+    throw;
+  }
 }
 
 ROffscreenLock::~ROffscreenLock() {
