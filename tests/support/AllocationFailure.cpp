@@ -2,6 +2,7 @@
 // allocation returns.
 #include "support/AllocationFailure.h"
 
+#include <execinfo.h>
 #include <link.h>
 
 #include <algorithm>
@@ -9,40 +10,62 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 namespace {
 
-// --- Where the module's code is
+// --- Where the module's code is, and that of the C++ library, which works for everybody
 
 struct Range {
   std::uintptr_t begin;
   std::uintptr_t end;
 };
-std::array<Range, 16> gRanges{};
-std::size_t gRangeCount = 0;
 
-bool IsOurs(const char* library) {
-  constexpr const char* kLibraries[] = {"/librimage.so", "/librbaselib.so", "/librgl.so", "/libcg.so",
-                                        "/libstdc++.so"};
-  return std::ranges::any_of(kLibraries, [&](const char* name) { return std::strstr(library, name); });
-}
-
-int AddRanges(dl_phdr_info* info, std::size_t, void*) {
-  if (!IsOurs(info->dlpi_name)) return 0;
-  for (int i = 0; i < info->dlpi_phnum; ++i) {
-    const auto& header = info->dlpi_phdr[i];
-    if (header.p_type != PT_LOAD || (header.p_flags & PF_X) == 0 || gRangeCount == gRanges.size()) continue;
-    const std::uintptr_t begin = info->dlpi_addr + header.p_vaddr;
-    gRanges[gRangeCount++] = {begin, begin + header.p_memsz};
+class Code {
+ public:
+  void Add(const dl_phdr_info& info) {
+    for (int i = 0; i < info.dlpi_phnum; ++i) {
+      const auto& header = info.dlpi_phdr[i];
+      if (header.p_type != PT_LOAD || (header.p_flags & PF_X) == 0 || mCount == std::ssize(mRanges)) continue;
+      const std::uintptr_t begin = info.dlpi_addr + header.p_vaddr;
+      mRanges[static_cast<std::size_t>(mCount++)] = {begin, begin + header.p_memsz};
+    }
   }
+  bool Has(const void* place) const {
+    const auto address = reinterpret_cast<std::uintptr_t>(place);
+    return std::any_of(mRanges.begin(), mRanges.begin() + mCount,
+                       [&](const Range& range) { return address >= range.begin && address < range.end; });
+  }
+  void Clear() { mCount = 0; }
+
+ private:
+  std::array<Range, 16> mRanges{};
+  std::ptrdiff_t mCount = 0;
+};
+Code gModule;
+Code gRuntime;
+
+int AddCode(dl_phdr_info* info, std::size_t, void*) {
+  constexpr const char* kModule[] = {"/librimage.so", "/librbaselib.so", "/librgl.so", "/libcg.so",
+                                     "/libqrimage.so"};
+  const auto isThis = [&](const char* name) { return std::strstr(info->dlpi_name, name) != nullptr; };
+  if (std::ranges::any_of(kModule, isThis)) gModule.Add(*info);
+  if (isThis("/libstdc++.so")) gRuntime.Add(*info);
   return 0;
 }
 
+// Whether the C++ library allocates at `caller` for the module.
+bool WorksForModule(const void* caller) {
+  std::array<void*, 24> frames{};
+  auto* const end = frames.data() + backtrace(frames.data(), static_cast<int>(frames.size()));
+  auto* const library = std::find(frames.data(), end, caller);
+  auto* const user = std::find_if_not(library, end, [](void* frame) { return gRuntime.Has(frame); });
+  return user != end && gModule.Has(*user);
+}
+
 bool IsOurs(const void* caller) {
-  const auto address = reinterpret_cast<std::uintptr_t>(caller);
-  return std::any_of(gRanges.begin(), gRanges.begin() + gRangeCount,
-                     [&](const Range& range) { return address >= range.begin && address < range.end; });
+  return gModule.Has(caller) || (gRuntime.Has(caller) && WorksForModule(caller));
 }
 
 // --- What fails, and what is held
@@ -110,7 +133,12 @@ void operator delete[](void* memory, const std::nothrow_t&) noexcept { Free(memo
 namespace test {
 
 AllocationFailure::AllocationFailure(int which, Extent extent) {
-  if (gRangeCount == 0) dl_iterate_phdr(AddRanges, nullptr);
+  gModule.Clear();
+  gRuntime.Clear();
+  dl_iterate_phdr(AddCode, nullptr);
+  // The first look at the stack loads what it needs.
+  std::array<void*, 1> frame{};
+  (void)backtrace(frame.data(), 1);
   gWhich = which;
   gAllAfter = extent == kAndAllAfter;
   gCount = 0;
