@@ -14,16 +14,13 @@ file(RELATIVE_PATH rimage_prefix_from_pkgconfig
 set(rimage_lib_rpath "$ORIGIN")
 set(rimage_bin_rpath "$ORIGIN/${rimage_lib_from_bin}")
 
-# Headers are included by the name of their folder, which is not always the library's.
-set(rimage_headers_of_rbaselib host/rbaselib)
-set(rimage_headers_of_rgl host/rgl)
-set(rimage_headers_of_cg host/cg/Cg)
+include(${CMAKE_CURRENT_LIST_DIR}/RimageHostHeaders.cmake)
 foreach(library IN LISTS RIMAGE_HOST_LIBRARIES)
   set_target_properties(${library} PROPERTIES INSTALL_RPATH "${rimage_lib_rpath}")
   install(TARGETS ${library} EXPORT rimageTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     COMPONENT host NAMELINK_COMPONENT host_dev)
   install(DIRECTORY ${rimage_headers_of_${library}} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT host_dev
-    FILES_MATCHING PATTERN "*.h" PATTERN internal EXCLUDE)
+    ${rimage_public_host_headers})
 endforeach()
 
 foreach(library IN LISTS RIMAGE_FOUND_HOST_LIBRARIES)

@@ -5,14 +5,18 @@
 
 class RObject;
 
-/// Anything that carries a host object and can name it.
+/// Anything that carries a host object and can name it. The module's objects carry themselves; only the host
+/// asks.
 struct RBASELIB_API IVzObjectHolder {
   /// Returns the object that is held, borrowed; never null.
   virtual RObject* GetHeldObject() = 0;
 
  protected:
+  ///@{
+  /// An interface holds nothing, so there is nothing to copy.
   IVzObjectHolder() = default;
   IVzObjectHolder(const IVzObjectHolder&) = default;
   IVzObjectHolder& operator=(const IVzObjectHolder&) = default;
+  ///@}
   ~IVzObjectHolder() = default;
 };

@@ -6,17 +6,20 @@
 #include "rbaselib/RBaseLibExport.h"
 
 /// Growth and release of the host's pointer arrays. An array is a header of two 32-bit numbers followed by
-/// the pointers; an absent array is null and counts as empty. Where memory runs out, std::bad_alloc leaves
-/// the array as it was.
+/// the pointers; an absent array is null and counts as empty. The array belongs to whoever holds it, who
+/// gives it back with `Free`; what the elements point to is none of its business. Where memory runs out,
+/// std::bad_alloc leaves the array as it was.
 struct RBASELIB_API RArrayHelper {
+  /// What stands before the pointers.
   struct Header {
-    std::int32_t count = 0;
-    std::int32_t capacity = 0;
+    std::int32_t count = 0;     ///< elements in use
+    std::int32_t capacity = 0;  ///< elements that there is room for
   };
 
   /// Returns the capacity to grow to so that `needed` elements fit: half as much again, at least 4.
   /// It stops at the largest 32-bit number.
   static std::int32_t GetNextArraySize(std::int32_t capacity, std::int32_t needed);
+  /// Returns the number of elements; 0 for an absent array.
   static std::int32_t GetCount(const Header* array) { return array ? array->count : 0; }
   /// Returns element `index`, or null outside the array.
   static void* GetAt(const Header* array, std::int32_t index);

@@ -5,8 +5,10 @@
 
 #include "rbaselib/RBaseLibExport.h"
 
-/// A class as the host knows it: id, name, parent. A definition is listed from its construction to its
-/// destruction.
+/// A class as the host knows it: id, name, parent. A definition is a static of its class, and listed from its
+/// construction to its destruction. Ids are given in the order of registration, so the host's base library
+/// has to be initialised before the libraries that use it: `RObject` then has the first id, and parents come
+/// before their children. Any thread may ask and list.
 class RBASELIB_API RClassDefinition {
  public:
   /// Lists the class. `id` is a reference to the class's own `ClassId`; it is only remembered here and
@@ -14,6 +16,7 @@ class RBASELIB_API RClassDefinition {
   /// counts as the empty name. `parent` is null for a root class and must outlive the definition. `factory`
   /// is reserved for the host and kept as it is.
   RClassDefinition(int& id, const char* name, const RClassDefinition* parent, void* factory = nullptr);
+  /// Takes the class off the list.
   ~RClassDefinition();
   RClassDefinition(const RClassDefinition&) = delete;
   RClassDefinition& operator=(const RClassDefinition&) = delete;
@@ -23,14 +26,14 @@ class RBASELIB_API RClassDefinition {
   /// ids back; a second living class of the same name gets an id of its own.
   int RegisterClassId();
 
-  int GetId() const { return mId; }
-  const char* GetName() const { return mName; }
-  const RClassDefinition* GetParent() const { return mParent; }
-  void* GetFactory() const { return mFactory; }
+  int GetId() const { return mId; }                              ///< what the class's `ClassId` holds
+  const char* GetName() const { return mName; }                  ///< never null
+  const RClassDefinition* GetParent() const { return mParent; }  ///< null for a root class
+  void* GetFactory() const { return mFactory; }                  ///< what the constructor was given
 
   /// Returns the first listed class with that name, borrowed, or null.
   static const RClassDefinition* Find(const char* name);
-  /// Returns the listed classes in the order of their construction.
+  /// Returns the listed classes, borrowed, in the order of their construction.
   static std::vector<const RClassDefinition*> GetAll();
 
  private:

@@ -10,14 +10,20 @@
 #include "rbaselib/RBaseLibExport.h"
 
 /// Where a seek starts.
-enum kSeekPos : int { kSeekSet = 0, kSeekCurrent = 1, kSeekEnd = 2 };
+enum kSeekPos : int {
+  kSeekSet = 0,      ///< at the first byte
+  kSeekCurrent = 1,  ///< at the position
+  kSeekEnd = 2,      ///< behind the last byte
+};
 
 /// A file on disk. Paths are UTF-8; positions and sizes are 64-bit. Short and interrupted system calls are
 /// continued, so that fewer bytes than asked for mean the end of the file or an error. Small accesses are
-/// buffered; reading and writing may alternate freely. The destructor closes.
+/// buffered; reading and writing may alternate freely. An object is used by one thread at a time. The
+/// destructor closes, and cannot tell of a failure: who writes calls `Close`.
 class RBASELIB_API RFile {
  public:
   RFile() = default;
+  /// Closes the file.
   ~RFile();
   RFile(const RFile&) = delete;
   RFile& operator=(const RFile&) = delete;
@@ -25,6 +31,7 @@ class RBASELIB_API RFile {
   /// Opens the file, after closing the one that was open. `mode` is "rb", "wb", "ab", "r+b", "w+b" or "a+b"
   /// as for fopen; the b may be missing. Fails for a directory and for another mode.
   bool Open(const char* path, const char* mode);
+  /// Returns whether a file is open: from an `Open` that succeeded to `Close`.
   bool IsOpen() const { return mDescriptor != -1; }
   /// Returns whether everything written has reached the file system, now and at every call before; true when
   /// nothing is open.

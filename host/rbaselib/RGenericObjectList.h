@@ -10,18 +10,26 @@ class RObject;
 class RBASELIB_API RGenericObjectList {
  public:
   RGenericObjectList() = default;
+  ///@{
+  /// Copies the pointers, not the objects; where memory runs out, std::bad_alloc leaves the list as it was.
   RGenericObjectList(const RGenericObjectList& other);
-  RGenericObjectList(RGenericObjectList&& other) noexcept;
   RGenericObjectList& operator=(const RGenericObjectList& other);
+  ///@}
+  ///@{
+  /// Takes the array over and leaves the other list empty.
+  RGenericObjectList(RGenericObjectList&& other) noexcept;
   RGenericObjectList& operator=(RGenericObjectList&& other) noexcept;
+  ///@}
+  /// Releases the array; the objects stay.
   virtual ~RGenericObjectList();
 
+  /// Returns the number of elements, the same object counted as often as it is there.
   int GetCount() const { return RArrayHelper::GetCount(mArray); }
   /// Returns element `index`, borrowed, or null outside the list.
   RObject* GetAt(int index) const;
   /// Returns the index of the object's first place, or -1.
   int Find(const RObject* object) const;
-  /// Forgets all elements.
+  /// Forgets all elements; the objects stay.
   void RemoveAll();
 
  protected:

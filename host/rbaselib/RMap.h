@@ -9,7 +9,9 @@
 
 #include "rbaselib/RBaseAllocator.h"
 
-/// An ordered map from `Key` to `Value` whose nodes live on the heap that `Allocator` names.
+/// An ordered map from `Key` to `Value` whose nodes live on the heap that `Allocator` names. Keys and values
+/// are copied in: of a pointer the pointer alone, so that what it points to has to outlive its entry. The map
+/// itself is not locked.
 template <class Key, class Value, class Compare = std::less<Key>, class Allocator = RBaseAllocator>
 class RMap {
  public:
@@ -19,16 +21,20 @@ class RMap {
     return entry == mEntries.end() ? nullptr : &entry->second;
   }
 
-  /// Stores `value` under `key`, in place of what was there; an entry keeps the key it was made with.
+  /// Stores `value` under `key`, in place of what was there; an entry keeps the key it was made with. Where
+  /// memory for it runs out, std::bad_alloc leaves the map as it was.
   void Set(const Key& key, const Value& value) { mEntries.insert_or_assign(key, value); }
 
-  /// Returns whether there was an entry to remove.
+  /// Removes the entry under `key`; returns whether there was one.
   bool Remove(const Key& key) { return mEntries.erase(key) != 0; }
 
-  void Clear() { mEntries.clear(); }
-  int GetCount() const { return static_cast<int>(mEntries.size()); }
+  void Clear() { mEntries.clear(); }                                  ///< removes all entries
+  int GetCount() const { return static_cast<int>(mEntries.size()); }  ///< the number of entries
+  ///@{
+  /// The entries in the order of their keys, each a pair of key and value; good until the entry goes.
   auto begin() const { return mEntries.begin(); }
   auto end() const { return mEntries.end(); }
+  ///@}
 
  private:
   template <class T>

@@ -25,6 +25,9 @@ using RPropertyHashMap = RMap<const char*, long long, RCharPointerLessCompare, R
 /// or has properties calls `RunTeardown` in its own destructor, so that its overrides are reached while the
 /// object still is of that class. A class that adds properties carries class information of its own: the
 /// look-up cache refers to the properties' names and has to go with them.
+///
+/// Threads. An object is used by one thread at a time. What objects share, the counts, the caches and the
+/// handles, may be used by all threads at once.
 class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
  public:
   /// `name` is copied and may be null. `entity` is the host's own companion object, borrowed; it may be null.
@@ -32,10 +35,14 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   /// A copy shares the entity and the name and starts a life cycle of its own: it has no properties (they
   /// belong to the class that declares them, which adds them itself) and no host handle.
   RObject(const RObject& other);
+  /// Takes over the other's entity and name; properties, handle and life cycle stay this object's own.
   RObject& operator=(const RObject& other);
+  /// Runs the teardown sequence, unless a derived class has.
   ~RObject() override;
 
+  /// Id 0 alone answers, with the object.
   IObject* IQuery(unsigned long id, int reserved) override;
+  /// Returns the object itself.
   RObject* GetHeldObject() override;
 
   /// Releases the object: deletes a deletable one, else runs `Destruct` only; nothing while the teardown
@@ -46,13 +53,21 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   /// property list.
   virtual void Destruct();
 
+  ///@{
+  /// Return what is on record about the object's own class: its id, its name, static, and its definition,
+  /// borrowed.
   virtual int GetClassId() const;
   virtual const char* GetClassIdName() const;
   virtual const RClassDefinition* GetClassDefinition() const;
+  ///@}
+  ///@{
   /// The family that the host files a class under: 0 "Object", 1 "Stream".
   virtual int GetClassGroupId() const;
   virtual const char* GetClassGroupName() const;
+  ///@}
+  /// Returns the size of an object of its class, in bytes.
   virtual int GetClassSize() const;
+  /// Returns how many objects of its class are alive, those of derived classes included.
   virtual int GetClassInstanceCount() const;
   /// Returns whether the object is of the class with that id or of one derived from it.
   virtual bool Is(int classId) const;
@@ -60,14 +75,19 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   /// may look up in different objects at the same time.
   virtual RProperty* FastFindPropertyByName(const char* name) const;
 
+  /// Returns the name, borrowed until it is set again; never null.
   const char* GetName() const { return mName.GetChars(); }
+  /// Copies the name; null is the empty one.
   void SetName(const char* name) { mName = name; }
+  /// Returns the host's companion object, borrowed; null when there is none, and after `PrepareDestruct`.
   void* GetEntity() const { return mEntity; }
 
+  ///@{
   /// Whether `Destroy` deletes the object. True for a new object; the owner of an embedded or stack object
   /// clears it.
   bool IsDeletable() const { return mDeletable; }
   void SetDeletable(bool deletable) { mDeletable = deletable; }
+  ///@}
   /// Whether the teardown sequence has begun.
   bool IsTornDown() const { return mTornDown; }
 
@@ -76,6 +96,7 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   void PropertyAddToList(RProperty* property);
   /// Takes a property off the list; nothing happens when it is not on it.
   void PropertyRemoveFromList(RProperty* property);
+  /// Returns the number of properties.
   int GetPropertyCount() const { return static_cast<int>(mProperties.size()); }
   /// Returns property `index` in the order of adding, borrowed, or null when there is none.
   RProperty* GetProperty(int index) const;
@@ -104,12 +125,13 @@ class RBASELIB_API RObject : public RPlug, public IVzObjectHolder {
   /// Returns the living object with that handle, borrowed, or null.
   static RObject* HSDK_Find(unsigned handle);
 
-  static RClassDefinition ClassDefinition;
-  static int ClassId;
-  static const char* const ClassName;
-  static const int ClassSize;
-  static int ClassInstanceCount;
-  static RPropertyHashMap PropertyHashMap;
+  // Every registered class has these six statics, all defined in one file in the order of the class tree.
+  static RClassDefinition ClassDefinition;  ///< the class's record, which has to stand before its children's
+  static int ClassId;                       ///< 0 until the definition is registered
+  static const char* const ClassName;       ///< as written in the source
+  static const int ClassSize;               ///< bytes
+  static int ClassInstanceCount;            ///< changed through `std::atomic_ref` alone
+  static RPropertyHashMap PropertyHashMap;  ///< used by `FastFindPropertyByName`, which locks it
 
  protected:
   /// The look-up that the classes' overrides share, with the cache of the object's own class.

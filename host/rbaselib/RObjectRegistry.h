@@ -6,25 +6,27 @@
 
 #include "rbaselib/IObject.h"
 
-/// Makes an object and returns its own face (`IQuery(0, 0)`), or null; the caller owns the object. The
-/// arguments are the parent, the name and the factory's own data.
+/// Makes an object and returns its own face (`IQuery(0, 0)`), or null; the caller owns the object, and
+/// releases it with `RObject::Destroy`. The arguments are the parent, borrowed and often null, the name and
+/// the factory's own data. The host calls factories on any thread on which it wants an object, and never
+/// while the registry is locked.
 using RObjectFactory = IObject* (*)(IObject* parent, const char* name, void* data);
 
-/// One registration.
+/// One registration, as `Object_Register` was told.
 struct RBASELIB_API RObjectRegistration {
-  std::string group;  ///< such as "Stream/Reader/Image"
-  std::string name;   ///< such as "tif"
-  std::string type;   ///< such as "Stream"
-  RObjectFactory factory = nullptr;
-  bool enabled = false;
-  void* data = nullptr;
-  void* reserved = nullptr;
+  std::string group;                 ///< such as "Stream/Reader/Image"
+  std::string name;                  ///< such as "tif"
+  std::string type;                  ///< such as "Stream"
+  RObjectFactory factory = nullptr;  ///< code of the module that registered: good while that is loaded
+  bool enabled = false;              ///< whether the host chooses it
+  void* data = nullptr;              ///< handed to the factory, borrowed
+  void* reserved = nullptr;          ///< kept, and not looked at
 };
 
-/// Files a factory under a group and a name. The strings are copied; none may be null. A second registration
-/// of the same group and name (compared without case) takes the place of the first in the order. A factory
-/// that is not `enabled` is listed but not chosen by `RStreamReadObject` or `Object_Create`. Returns false
-/// when a string or the factory is null.
+/// Files a factory under a group and a name, for the rest of the process. Any thread may register and ask.
+/// The strings are copied; none may be null. A second registration of the same group and name (compared
+/// without case) takes the place of the first in the order. A factory that is not `enabled` is listed but not
+/// chosen by `RStreamReadObject` or `Object_Create`. Returns false when a string or the factory is null.
 RBASELIB_API bool Object_Register(const char* group, const char* name, const char* type,
                                   RObjectFactory factory, bool enabled, void* data, void* reserved);
 

@@ -9,7 +9,10 @@ class RBASELIB_API RPlug : public IObject {
   virtual ~RPlug();
 
  protected:
+  ///@{
+  /// A copy is plugged in nowhere: the base holds nothing.
   RPlug() = default;
   RPlug(const RPlug&) = default;
   RPlug& operator=(const RPlug&) = default;
+  ///@}
 };

@@ -15,8 +15,12 @@ class RArc;
 /// nothing else.
 ///
 /// A property that chooses the values of others, such as a preset, stands before them in its object's list.
+///
+/// A property is a member of its owner, which it does not outlive, and used on the owner's thread. Nobody but
+/// the setter learns of a change.
 class RBASELIB_API RProperty {
  public:
+  /// A property without description, owner, list and range.
   RProperty() = default;
   RProperty(const RProperty&) = delete;
   RProperty& operator=(const RProperty&) = delete;
@@ -33,18 +37,23 @@ class RBASELIB_API RProperty {
   /// becomes the minimum, and a maximum below the minimum counts as the minimum. The two flags say whether
   /// the minimum or maximum can be moved by the user; they are kept and reported.
   void SetPropertyMinMax(double minimum, double maximum, bool minimumMovable, bool maximumMovable);
+  ///@{
+  /// Return what was declared: no range, and 0 for both bounds, before that.
   bool HasMinMax() const { return mHasRange; }
   double GetMin() const { return mMinimum; }
   double GetMax() const { return mMaximum; }
   bool IsMinMovable() const { return mMinimumMovable; }
   bool IsMaxMovable() const { return mMaximumMovable; }
+  ///@}
 
   /// Returns the static name; empty before binding.
   const char* GetName() const { return mInfo && mInfo->name ? mInfo->name : ""; }
+  /// Returns the description, borrowed, or null before binding.
   const RPropertyInfo* GetInfo() const { return mInfo; }
   /// Returns the text of an enumeration value, static, or null when there is none.
   const char* GetEnumerationText(int value) const;
 
+  /// Returns a copy of the value, in the property's own type.
   virtual RPropertyValue GetValue() const = 0;
   /// Sets the value through the setter, clamped to the declared range. Fails, changing nothing, when the
   /// value is of another type; an int is taken for a double and 0 or 1 for a bool.

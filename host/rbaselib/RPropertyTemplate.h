@@ -12,12 +12,17 @@ class RPropertyTemplate : public RProperty {
                 std::is_same_v<T, RgeRGBVector>);
 
  public:
+  /// Holds false, 0 or black.
   RPropertyTemplate() = default;
+  /// Holds `value`; nothing is set through a setter.
   explicit RPropertyTemplate(const T& value) : mValue(value) {}
 
+  ///@{
+  /// Returns the value, borrowed from the property.
   const T& Get() const { return mValue; }
   // NOLINTNEXTLINE(google-explicit-constructor): a property stands for its value in the host's expressions.
   operator const T&() const { return mValue; }
+  ///@}
   /// Sets the value through the owner's setter, clamped to the declared range.
   void Set(const T& value) { SetValue(RPropertyValue(value)); }
   /// Stores the value and nothing else: no setter, no range.

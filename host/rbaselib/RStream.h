@@ -4,28 +4,33 @@
 #include "rbaselib/RObject.h"
 #include "rbaselib/RStreamOptions.h"
 
-/// A stream moves one object from or to one file. It borrows the object.
+/// A stream moves one object from or to one file: whoever wants that makes one from the registry, names the
+/// file, attaches the object, opens or creates, and destroys the stream. It borrows the object, and is
+/// used by one thread at a time.
 class RBASELIB_API RStream : public RObject {
  public:
   RStream();
   ~RStream() override;
 
-  /// Reads the file that the stream names into the attached object; false when that fails. The base cannot
-  /// read.
+  /// Reads the file that the stream names into the attached object; false when that fails. With nothing
+  /// attached a reader attaches an object of its own making, also when it fails later on; whoever uses the
+  /// stream then owns it. `options` is borrowed and may be null. The base cannot read.
   virtual bool StreamOpen(RStreamOptions* options);
-  /// Writes the attached object to the file that the stream names; false when that fails. The base cannot
-  /// write.
+  /// Writes the attached object to the file that the stream names; false when that fails; what the file
+  /// then holds is anything. `options` is borrowed; null asks for the defaults. The base cannot write.
   virtual bool StreamCreate(RStreamOptions* options);
 
-  /// The name is a path in UTF-8 and is copied; null takes the name away.
+  /// Names the file by a path in UTF-8, which is copied; null takes the name away.
   void SetFileName(const char* name);
   /// Returns the path, borrowed until it is set again, or null when the stream has none.
   const char* GetFileName() const { return mHasFileName ? mFileName.GetChars() : nullptr; }
 
   /// Attaches an object (null detaches); the stream borrows it.
   void SetObject(RObject* object) { mObject = object; }
+  /// Returns the attached object, borrowed, or null.
   RObject* GetObject() const { return mObject; }
 
+  /// Lets go of object and file name.
   void Destruct() override;
   int GetClassId() const override;
   const char* GetClassIdName() const override;
@@ -37,12 +42,15 @@ class RBASELIB_API RStream : public RObject {
   bool Is(int classId) const override;
   RProperty* FastFindPropertyByName(const char* name) const override;
 
+  ///@{
+  /// As in `RObject`, of this class.
   static RClassDefinition ClassDefinition;
   static int ClassId;
   static const char* const ClassName;
   static const int ClassSize;
   static int ClassInstanceCount;
   static RPropertyHashMap PropertyHashMap;
+  ///@}
 
  private:
   RString mFileName;

@@ -7,6 +7,8 @@
 /// Holds all entry points of the extension. The class that derives from it fills them in; until then they are
 /// null.
 struct QOpenGLExtension_ATI_fragment_shader {
+  ///@{
+  /// An entry point as the extension describes it, or null; for the contexts of the driver that was asked.
   PFNGLBINDFRAGMENTSHADERATIPROC glBindFragmentShaderATI = nullptr;
   PFNGLBEGINFRAGMENTSHADERATIPROC glBeginFragmentShaderATI = nullptr;
   PFNGLPASSTEXCOORDATIPROC glPassTexCoordATI = nullptr;
@@ -21,4 +23,5 @@ struct QOpenGLExtension_ATI_fragment_shader {
   PFNGLDELETEFRAGMENTSHADERATIPROC glDeleteFragmentShaderATI = nullptr;
   PFNGLGENFRAGMENTSHADERSATIPROC glGenFragmentShadersATI = nullptr;
   PFNGLSETFRAGMENTSHADERCONSTANTATIPROC glSetFragmentShaderConstantATI = nullptr;
+  ///@}
 };
