@@ -348,7 +348,7 @@ TEST_F(StreamTest, RowsThatABmpFileLacksAreBlack) {
   ASSERT_TRUE(Open(mFolder.Path("a.bmp")));
   Bytes expected = BytesOf(*mStream.GetImage(false));
   // The last two rows of the file, of four pixels, are the top ones.
-  bytes.resize(bytes.size() - 2 * 4 * 3);
+  bytes.erase(bytes.end() - 2 * 4 * 3, bytes.end());
   for (std::size_t i = expected.size() - 2 * 4 * 4; i < expected.size(); ++i)
     expected[i] = i % 4 == 3 ? 255 : 0;
   const DirtyMemory dirty;
