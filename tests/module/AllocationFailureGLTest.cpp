@@ -1,12 +1,15 @@
-// Memory that runs out at every allocation in turn, where OpenGL draws: in the reader of textures, in uploads
-// and in the effects. None leaves OpenGL objects behind.
+// Memory that runs out at every allocation in turn, where OpenGL draws: in the reader of textures, uploads,
+// the effects, and the stereo compositor with its Cg programs. None leaves OpenGL objects behind.
 #include <GL/gl.h>
 
+#include <new>
 #include <string>
 #include <vector>
 
 #include "dds/nv_dds.h"
 #include "module/EntryPointrimage.h"
+#include "rbaselib/RMessageHandler.h"
+#include "stereo/RImageStereoCompostior.h"
 #include "support/AllocationFailureTest.h"
 #include "support/CaseName.h"
 #include "support/GLTest.h"
@@ -78,6 +81,43 @@ Result DrawEffect(const std::string& name) {
   return result;
 }
 
+// --- Stereo
+
+// Notes that there was a warning, without keeping it, for which memory may lack.
+class WarningCounter : public RMessageHandler {
+ public:
+  WarningCounter() { SetMainMessageHandler(this); }
+  ~WarningCounter() override { SetMainMessageHandler(nullptr); }
+  WarningCounter(const WarningCounter&) = delete;
+  WarningCounter& operator=(const WarningCounter&) = delete;
+
+  void DisplayWarning(const char*, const char*, const char*) override { ++count; }
+  int count = 0;
+};
+
+// A new compositor draws two eyes into its buffer. What lacks programs is told.
+Result Compose(unsigned mode) {
+  constexpr int kWidth = 16;
+  constexpr int kHeight = 12;
+  WarningCounter warnings;
+  const Textures eyes(2);
+  for (unsigned i = 0; i < 2; ++i) {
+    glBindTexture(GL_TEXTURE_2D, eyes[i]);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, kWidth, kHeight, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                 test::Noise(std::size_t{4} * kWidth * kHeight, i).data());
+  }
+  RImageStereoCompostior compositor;
+  try {
+    compositor.Process(static_cast<EStereoDisplayMode>(mode), eOffscreenBuffer, eyes[0], eyes[1], 0, 0, 0, 0,
+                       kWidth, kHeight);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;  // of the Cg runtime, whatever the size of a program's text
+  }
+  const GLuint own = compositor.GetCompostionTextureId();
+  if (own == 0 || warnings.count > 0) return std::nullopt;
+  return test::ReadTexture(own, GL_RGBA).bytes;
+}
+
 std::vector<Work> Works() {
   EntryPointrimage(kDllStart);
   std::vector<Work> works = {ReaderOf("magnum_dxt3"),
@@ -87,6 +127,9 @@ std::vector<Work> Works() {
                              {"ChangeIncarnation", ChangeIncarnation}};
   for (const auto& row : Object_GetRegistrations("ArcStorable/ImageOperator"))
     works.push_back({"Draw_" + row.name, [name = row.name] { return DrawEffect(name); }});
+  constexpr unsigned kModes = 6;
+  for (unsigned mode = 0; mode < kModes; ++mode)
+    works.push_back({"Compose_" + std::to_string(mode), [mode] { return Compose(mode); }});
   return works;
 }
 

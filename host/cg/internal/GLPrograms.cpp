@@ -3,6 +3,8 @@
 #include <QOpenGLContext>
 #include <algorithm>
 #include <iterator>
+#include <new>
+#include <utility>
 
 #include "rgl/RGLFunctions.h"
 
@@ -38,6 +40,26 @@ GLuint ProgramInUse() {
   return static_cast<GLuint>(program);
 }
 
+/// A shader or a program that goes unless it is kept, whatever throws on the way.
+class Unfinished {
+ public:
+  using Delete = void (QOpenGLFunctions_2_0::*)(GLuint);
+
+  Unfinished(GLuint name, Delete deleteName) : mName(name), mDelete(deleteName) {}
+  Unfinished(const Unfinished&) = delete;
+  Unfinished& operator=(const Unfinished&) = delete;
+  ~Unfinished() {
+    if (mName != 0) (opengl20()->*mDelete)(mName);
+  }
+
+  GLuint Name() const { return mName; }
+  GLuint Keep() { return std::exchange(mName, 0); }
+
+ private:
+  GLuint mName;
+  Delete mDelete;
+};
+
 constexpr std::size_t StageOf(CGprofile profile) { return profile == CG_PROFILE_GLSLV ? 0 : 1; }
 
 }  // namespace
@@ -59,20 +81,21 @@ GLPrograms::Bindings& GLPrograms::Current() {
 
 void GLPrograms::Load(CGprogramRecord& program) {
   if (program.shader != 0) return;
+  mGroups[&program] = QOpenGLContext::currentContext()->shareGroup();
   QOpenGLFunctions_2_0& gl = *opengl20();
-  const GLuint shader = gl.glCreateShader(program.IsVertex() ? GL_VERTEX_SHADER : GL_FRAGMENT_SHADER);
+  Unfinished shader(gl.glCreateShader(program.IsVertex() ? GL_VERTEX_SHADER : GL_FRAGMENT_SHADER),
+                    &QOpenGLFunctions_2_0::glDeleteShader);
   const char* const text = program.glsl.c_str();
-  gl.glShaderSource(shader, 1, &text, nullptr);
-  gl.glCompileShader(shader);
+  gl.glShaderSource(shader.Name(), 1, &text, nullptr);
+  gl.glCompileShader(shader.Name());
   GLint isCompiled = 0;
-  gl.glGetShaderiv(shader, GL_COMPILE_STATUS, &isCompiled);
+  gl.glGetShaderiv(shader.Name(), GL_COMPILE_STATUS, &isCompiled);
   if (isCompiled) {
-    program.shader = shader;
-    mGroups[&program] = QOpenGLContext::currentContext()->shareGroup();
+    program.shader = shader.Keep();
     return;
   }
-  Runtime::Get().Fail(CG_PROGRAM_LOAD_ERROR, "the driver refuses the program: " + ShaderLog(shader));
-  gl.glDeleteShader(shader);
+  mGroups.erase(&program);
+  Runtime::Get().Fail(CG_PROGRAM_LOAD_ERROR, "the driver refuses the program: " + ShaderLog(shader.Name()));
 }
 
 bool GLPrograms::HasCurrent(const CGprogramRecord& program) const {
@@ -104,6 +127,15 @@ void GLPrograms::Update(Bindings& bindings) {
   SendValues(program, pair.second);
 }
 
+/// The same for callers that may not throw: where memory lacks, none of ours is in use any more.
+void GLPrograms::UpdateOrStop(Bindings& bindings) {
+  try {
+    Update(bindings);
+  } catch (const std::bad_alloc&) {
+    Use(bindings, 0);
+  }
+}
+
 void GLPrograms::Use(Bindings& bindings, GLuint program) {
   if (program == 0 && bindings.inUse == 0) return;
   QOpenGLFunctions_2_0& gl = *opengl20();
@@ -115,18 +147,18 @@ void GLPrograms::Use(Bindings& bindings, GLuint program) {
 }
 
 GLuint GLPrograms::Link(const Pair& pair) {
-  if (const auto found = mLinked.find(pair); found != mLinked.end()) {
-    if (found->second == 0) Runtime::Get().Fail(CG_PROGRAM_BIND_ERROR, "the programs do not fit together");
-    return found->second;
+  const auto [linked, isNew] = mLinked.try_emplace(pair, 0);
+  if (!isNew) {
+    if (linked->second == 0) Runtime::Get().Fail(CG_PROGRAM_BIND_ERROR, "the programs do not fit together");
+    return linked->second;
   }
   QOpenGLFunctions_2_0& gl = *opengl20();
-  const GLuint program = gl.glCreateProgram();
-  if (pair.first) gl.glAttachShader(program, pair.first->shader);
-  if (pair.second) gl.glAttachShader(program, pair.second->shader);
-  gl.glLinkProgram(program);
-  const bool isLinked = FinishLinking(gl, program, pair);
-  if (!isLinked) gl.glDeleteProgram(program);
-  return mLinked[pair] = isLinked ? program : 0;
+  Unfinished program(gl.glCreateProgram(), &QOpenGLFunctions_2_0::glDeleteProgram);
+  if (pair.first) gl.glAttachShader(program.Name(), pair.first->shader);
+  if (pair.second) gl.glAttachShader(program.Name(), pair.second->shader);
+  gl.glLinkProgram(program.Name());
+  if (FinishLinking(gl, program.Name(), pair)) linked->second = program.Keep();
+  return linked->second;
 }
 
 /// Gives the samplers of a linked program their units; false, with the error set, when it is not linked.
@@ -178,7 +210,7 @@ void GLPrograms::Forget(const CGprogramRecord& program) {
     CGprogramRecord*& bound = bindings.bound[StageOf(program.profile)];
     if (bound != &program) continue;
     bound = nullptr;
-    if (gl && context == QOpenGLContext::currentContext()) Update(bindings);
+    if (gl && context == QOpenGLContext::currentContext()) UpdateOrStop(bindings);
   }
   for (auto linked = mLinked.begin(); linked != mLinked.end();) {
     const bool has = linked->first.first == &program || linked->first.second == &program;

@@ -48,6 +48,7 @@ class GLPrograms {
 
   Bindings& Current();
   void Update(Bindings& bindings);
+  void UpdateOrStop(Bindings& bindings);
   void Use(Bindings& bindings, GLuint program);
   GLuint Link(const Pair& pair);
   static bool FinishLinking(QOpenGLFunctions_2_0& gl, GLuint program, const Pair& pair);

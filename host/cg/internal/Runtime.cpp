@@ -1,5 +1,7 @@
 #include "cg/internal/Runtime.h"
 
+#include <new>
+
 #include "cg/internal/GLPrograms.h"
 
 namespace cg {
@@ -10,7 +12,11 @@ Runtime& Runtime::Get() {
   return runtime;
 }
 
-CGcontext Runtime::AddContext() { return *mContexts.insert(new CGcontextRecord).first; }
+CGcontext Runtime::AddContext() {
+  auto context = std::make_unique<CGcontextRecord>();
+  mContexts.insert(context.get());
+  return context.release();
+}
 
 void Runtime::RemoveContext(CGcontext context) {
   while (!context->programs.empty()) RemoveProgram(context->programs.back().get());
@@ -19,18 +25,23 @@ void Runtime::RemoveContext(CGcontext context) {
 }
 
 CGprogram Runtime::AddProgram(CGcontext context, CGprofile profile, Translation translation) {
-  auto program = std::make_unique<CGprogramRecord>();
+  CGprogram program = context->programs.emplace_back(std::make_unique<CGprogramRecord>()).get();
   program->context = context;
   program->profile = profile;
   program->glsl = std::move(translation.glsl);
-  for (TranslatedParameter& description : translation.parameters) {
-    auto& parameter = program->parameters.emplace_back(std::make_unique<CGparameterRecord>());
-    parameter->program = program.get();
-    parameter->description = std::move(description);
-    mParameters.insert(parameter.get());
+  try {
+    mPrograms.insert(program);
+    for (TranslatedParameter& description : translation.parameters) {
+      auto& parameter = program->parameters.emplace_back(std::make_unique<CGparameterRecord>());
+      parameter->program = program;
+      parameter->description = std::move(description);
+      mParameters.insert(parameter.get());
+    }
+  } catch (const std::bad_alloc&) {
+    RemoveProgram(program);
+    throw;
   }
-  mPrograms.insert(program.get());
-  return context->programs.emplace_back(std::move(program)).get();
+  return program;
 }
 
 void Runtime::RemoveProgram(CGprogram program) {
