@@ -43,13 +43,13 @@ GLuint ProgramInUse() {
 /// A shader or a program that goes unless it is kept, whatever throws on the way.
 class Unfinished {
  public:
-  using Delete = void (QOpenGLFunctions_2_0::*)(GLuint);
+  using Delete = void (*)(GLuint);
 
   Unfinished(GLuint name, Delete deleteName) : mName(name), mDelete(deleteName) {}
   Unfinished(const Unfinished&) = delete;
   Unfinished& operator=(const Unfinished&) = delete;
   ~Unfinished() {
-    if (mName != 0) (opengl20()->*mDelete)(mName);
+    if (mName != 0) mDelete(mName);
   }
 
   GLuint Name() const { return mName; }
@@ -59,6 +59,9 @@ class Unfinished {
   GLuint mName;
   Delete mDelete;
 };
+
+void DeleteShader(GLuint shader) { opengl20()->glDeleteShader(shader); }
+void DeleteProgram(GLuint program) { opengl20()->glDeleteProgram(program); }
 
 constexpr std::size_t StageOf(CGprofile profile) { return profile == CG_PROFILE_GLSLV ? 0 : 1; }
 
@@ -84,7 +87,7 @@ void GLPrograms::Load(CGprogramRecord& program) {
   mGroups[&program] = QOpenGLContext::currentContext()->shareGroup();
   QOpenGLFunctions_2_0& gl = *opengl20();
   Unfinished shader(gl.glCreateShader(program.IsVertex() ? GL_VERTEX_SHADER : GL_FRAGMENT_SHADER),
-                    &QOpenGLFunctions_2_0::glDeleteShader);
+                    DeleteShader);
   const char* const text = program.glsl.c_str();
   gl.glShaderSource(shader.Name(), 1, &text, nullptr);
   gl.glCompileShader(shader.Name());
@@ -153,7 +156,7 @@ GLuint GLPrograms::Link(const Pair& pair) {
     return linked->second;
   }
   QOpenGLFunctions_2_0& gl = *opengl20();
-  Unfinished program(gl.glCreateProgram(), &QOpenGLFunctions_2_0::glDeleteProgram);
+  Unfinished program(gl.glCreateProgram(), DeleteProgram);
   if (pair.first) gl.glAttachShader(program.Name(), pair.first->shader);
   if (pair.second) gl.glAttachShader(program.Name(), pair.second->shader);
   gl.glLinkProgram(program.Name());
