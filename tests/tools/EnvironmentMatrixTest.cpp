@@ -471,6 +471,23 @@ INSTANTIATE_TEST_SUITE_P(Processor, FullFileSystem, testing::Combine(ValuesIn(kO
 INSTANTIATE_TEST_SUITE_P(OpenGL, FullFileSystem, testing::Combine(ValuesIn(kWithOpenGL), ValuesIn(kFull)),
                          PairName());
 
+// --- A quota that is used up
+
+class Quota : public Matrix, public testing::WithParamInterface<Command> {};
+
+TEST_P(Quota, IsRefused) {
+  const Command& command = GetParam();
+  if (!command.writes) return;
+  const std::string output = mFolder.Write("out.png", kEarlier);
+  Refuse(command.arguments(FilesFor(Good(), output)), 4, output, "Disk quota exceeded",
+         {.environment = {{"LD_PRELOAD", RIMAGE_QUOTA},
+                          {"QUOTA_FOLDER", mFolder.Path("")},
+                          {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"}}});
+}
+
+INSTANTIATE_TEST_SUITE_P(Processor, Quota, ValuesIn(kOnProcessor), test::CaseName());
+INSTANTIATE_TEST_SUITE_P(OpenGL, Quota, ValuesIn(kWithOpenGL), test::CaseName());
+
 // --- Surroundings in which the work is done all the same
 
 struct Surroundings {
