@@ -1,8 +1,6 @@
 // Options whose values are words.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
@@ -16,7 +14,7 @@
 inline CLI::Validator OneOf(const std::vector<std::string>& words) {
   const auto choose = [words](const std::string& word) -> std::string {
     if (std::ranges::find(words, word) != words.end()) return "";
-    return fmt::format("wrong value '{}' ({})", Printable(word), SuggestOrList(word, words));
+    return WrongValue("", word, SuggestOrList(word, words)).Reason();
   };
   return {choose, ""};
 }

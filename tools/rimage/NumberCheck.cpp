@@ -27,8 +27,7 @@ CLI::Validator Between(Value least, Value most, const std::string& hint) {
   const auto take = [=](std::string& word) -> std::string {
     const auto value = Parse<Value>(word);
     // Written so that what is no number is refused.
-    if (!value || !(*value >= least && *value <= most))
-      return fmt::format("wrong value '{}' ({})", Printable(word), hint);
+    if (!value || !(*value >= least && *value <= most)) return WrongValue("", word, hint).Reason();
     word = fmt::format("{}", *value);
     return "";
   };

@@ -31,12 +31,12 @@ std::optional<int> FindFace(std::string name) {
 
 // Takes the name of a face, or a number.
 CLI::Validator FaceName() {
-  const auto take = [number = WholeNumber(0)](std::string& word) -> std::string {
-    if (FindFace(word) || number(word).empty()) return "";
-    return fmt::format("wrong value '{}' (+x, -x, +y, -y, +z, -z or a whole number from 0 up)",
-                       Printable(word));
+  const auto number = WholeNumber(0);
+  const std::string hint = fmt::format("{} or {}", fmt::join(kFaceNames, ", "), number.get_description());
+  const auto take = [number, hint](std::string& word) -> std::string {
+    return FindFace(word) || number(word).empty() ? "" : WrongValue("", word, hint).Reason();
   };
-  return {take, "+x, -x, +y, -y, +z, -z or a whole number from 0 up"};
+  return {take, hint};
 }
 
 void CheckIndex(const std::string& path, const char* what, int index, int count) {
