@@ -36,20 +36,21 @@ FrameFiles::FrameFiles(const FrameNames& names) : mOutput(names.output) {
 }
 
 FrameFiles::FrameFiles(const FrameNames& names, int frame, std::span<const int> frames, MissingPolicy policy)
-    : mFrame(frame), mOutput(FrameName(names.output, frame)) {
+    : mOutput(FrameName(names.output, frame)) {
   for (const std::string& input : names.inputs) {
     mInputs[input] = FrameName(input, frame);
-    if (IsFramePattern(input) && !Exists(mInputs[input])) Find(input, frames, policy);
+    if (IsFramePattern(input) && !Exists(mInputs[input])) Find(input, frame, frames, policy);
   }
 }
 
-void FrameFiles::Find(const std::string& pattern, std::span<const int> frames, MissingPolicy policy) {
+void FrameFiles::Find(const std::string& pattern, int frame, std::span<const int> frames,
+                      MissingPolicy policy) {
   if (policy == MissingPolicy::kSkip) {
     mIsLeftOut = true;
     return;
   }
-  auto standIn = policy == MissingPolicy::kError ? std::nullopt : ClosestBefore(pattern, mFrame, frames);
-  if (!standIn && policy == MissingPolicy::kBlack) standIn = ClosestAfter(pattern, mFrame, frames);
+  auto standIn = policy == MissingPolicy::kError ? std::nullopt : ClosestBefore(pattern, frame, frames);
+  if (!standIn && policy == MissingPolicy::kBlack) standIn = ClosestAfter(pattern, frame, frames);
   std::string& name = mInputs[pattern];
   if (!standIn) {
     const char* hint = policy == MissingPolicy::kHold    ? "there is no earlier frame to hold"

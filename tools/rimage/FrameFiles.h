@@ -44,9 +44,8 @@ class FrameFiles {
   ReadOptions Reading(ReadOptions options) const;
 
  private:
-  void Find(const std::string& pattern, std::span<const int> frames, MissingPolicy policy);
+  void Find(const std::string& pattern, int frame, std::span<const int> frames, MissingPolicy policy);
 
-  int mFrame = 0;
   bool mIsLeftOut = false;
   std::string mOutput;
   std::map<std::string, std::string> mInputs;  // by name or pattern
