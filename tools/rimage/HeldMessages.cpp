@@ -6,6 +6,8 @@
 #include <array>
 #include <csignal>
 
+#include "Descriptor.h"
+
 namespace {
 bool gHolding = false;
 }
@@ -43,7 +45,7 @@ void HeldMessages::PassOnAndAbort(int signal) {
   off_t done = 0;
   for (ssize_t size = 0; sInnermost && (size = pread(sInnermost->mHeld, part.data(), part.size(), done)) > 0;
        done += size) {
-    if (write(sInnermost->mStandardError, part.data(), static_cast<std::size_t>(size)) != size) break;
+    if (!WriteWhole(sInnermost->mStandardError, part.data(), static_cast<std::size_t>(size))) break;
   }
   (void)std::signal(signal, SIG_DFL);
   (void)raise(signal);
