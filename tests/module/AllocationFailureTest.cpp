@@ -76,25 +76,18 @@ Work WriterOf(const std::string& extension) {
           }};
 }
 
-Result DecodeTexture(const std::string& file) {
-  RDDSDecoder decoder;
-  if (!decoder.Load(test::DataPath(file).c_str()) || decoder.IsPlaceholder()) return std::nullopt;
-  const RPixelBuffer pixels = decoder.DecodeBytes(0, 0, 0);
-  if (!pixels) return std::nullopt;
-  const RDDSInfo& info = decoder.GetInfo();
-  return Bytes(pixels.get(),
-               pixels.get() + std::size_t{4} * std::size_t(info.width) * std::size_t(info.height));
-}
+using Decode = RPixelBuffer (RDDSDecoder::*)(int face, int level, int slice) const;
 
-// The layouts that hold more than bytes: blocks of half floats, half floats, signed numbers.
-Result DecodeNumbers(const std::string& file) {
+// Decodes the first picture to RGBA with so many bytes of a pixel.
+Result DecodeTexture(const char* file, Decode decode, std::size_t bytesPerPixel) {
   RDDSDecoder decoder;
-  if (!decoder.Load(test::DataPath(file).c_str()) || decoder.IsPlaceholder()) return std::nullopt;
-  const RPixelBuffer pixels = decoder.DecodeFloats(0, 0, 0);
+  const std::string path = test::DataPath(std::string("dds/") + file + ".dds");
+  if (!decoder.Load(path.c_str()) || decoder.IsPlaceholder()) return std::nullopt;
+  const RPixelBuffer pixels = (decoder.*decode)(0, 0, 0);
   if (!pixels) return std::nullopt;
   const RDDSInfo& info = decoder.GetInfo();
   return Bytes(pixels.get(),
-               pixels.get() + 4 * sizeof(float) * std::size_t(info.width) * std::size_t(info.height));
+               pixels.get() + bytesPerPixel * std::size_t(info.width) * std::size_t(info.height));
 }
 
 std::string NameOf(std::string name) {
@@ -113,12 +106,13 @@ std::vector<Work> ReadersAndWriters() {
   for (const char* file :
        {"magnum_dxt3", "magnum_dxt1-cube-mips", "magnum_dxt10-rgba16snorm", "gen_bc7_all_modes"}) {
     works.push_back({NameOf(std::string("Decode_") + file),
-                     [file] { return DecodeTexture(std::string("dds/") + file + ".dds"); }});
+                     [file] { return DecodeTexture(file, &RDDSDecoder::DecodeBytes, 4); }});
   }
+  // The layouts that hold more than bytes: blocks of half floats, half floats, signed numbers.
   for (const char* file :
        {"gen_bc6h_sf16_all_modes", "magnum_dxt10-rg16f-1d", "magnum_dxt10-rgba16snorm", "magnum_bc5snorm"}) {
     works.push_back({NameOf(std::string("DecodeNumbers_") + file),
-                     [file] { return DecodeNumbers(std::string("dds/") + file + ".dds"); }});
+                     [file] { return DecodeTexture(file, &RDDSDecoder::DecodeFloats, 4 * sizeof(float)); }});
   }
   const std::string path = Folder().Path("disk.png");
   works.push_back({"WriteToDisk", [path]() -> Result {
