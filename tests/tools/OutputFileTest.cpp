@@ -21,7 +21,6 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 using Bytes = std::vector<unsigned char>;
-const Bytes kEarlier = {'e', 'a', 'r', 'l', 'i', 'e', 'r'};
 
 class Output : public testing::Test {
  protected:
@@ -54,7 +53,7 @@ TEST_P(FullDisk, LeavesTheEarlierFileAndNothingElse) {
     picture.setPixel(0, 0, 0x40123456);
   }
   test::Save(picture, mInput);
-  const std::string output = mFolder.Write(std::string("out.") + GetParam().extension, kEarlier);
+  const std::string output = mFolder.Write(std::string("out.") + GetParam().extension, test::kEarlier);
   const auto before = test::ListFolder(mFolder.Path(""));
   test::ToolSettings settings;
   if (std::string(GetParam().extension) == "png") {
@@ -70,7 +69,7 @@ TEST_P(FullDisk, LeavesTheEarlierFileAndNothingElse) {
     const auto result = RunTool(arguments, settings);
     EXPECT_EQ(result.code, 4) << largest;
     EXPECT_EQ(result.errors, "rimage: " + output + ": File too large\n") << largest;
-    EXPECT_EQ(test::ReadFile(output), kEarlier) << largest;
+    EXPECT_EQ(test::ReadFile(output), test::kEarlier) << largest;
     EXPECT_EQ(test::ListFolder(mFolder.Path("")), before) << largest;
   }
 }
@@ -132,7 +131,7 @@ TEST_F(Output, ReadOnlyFolder) {
 }
 
 TEST_F(Output, WriteProtectedFile) {
-  const std::string output = mFolder.Write("out.png", kEarlier);
+  const std::string output = mFolder.Write("out.png", test::kEarlier);
   chmod(output.c_str(), 0400);
   Refuse(output, "Permission denied");
 }
@@ -161,11 +160,11 @@ TEST_F(Output, TheExtensionIsCheckedBeforeAnythingIsRead) {
 }
 
 TEST_F(Output, TooLargeForTga) {
-  const std::string output = mFolder.Write("out.tga", kEarlier);
+  const std::string output = mFolder.Write("out.tga", test::kEarlier);
   const auto result = RunTool({"convert", mInput, "--resize", "70000x1", output});
   EXPECT_EQ(result.code, 4);
   EXPECT_EQ(result.errors, "rimage: " + output + ": the picture could not be written\n");
-  EXPECT_EQ(test::ReadFile(output), kEarlier);
+  EXPECT_EQ(test::ReadFile(output), test::kEarlier);
 }
 
 // --- Targets that are special.
@@ -204,7 +203,7 @@ TEST_F(Output, TheLongestNameIsWritten) {
 }
 
 TEST_F(Output, AnExistingFileKeepsItsPermissions) {
-  const std::string output = mFolder.Write("out.png", kEarlier);
+  const std::string output = mFolder.Write("out.png", test::kEarlier);
   chmod(output.c_str(), 0640);
   EXPECT_EQ(RunTool({"convert", mInput, output}).code, 0);
   struct stat status {};
@@ -223,7 +222,7 @@ TEST_F(Output, ANewFileGetsTheUsualPermissions) {
 
 TEST_F(Output, ALinkStaysAndItsTargetIsReplaced) {
   fs::create_directory(mFolder.Path("far"));
-  const std::string target = mFolder.Write("far/target.png", kEarlier);
+  const std::string target = mFolder.Write("far/target.png", test::kEarlier);
   fs::create_symlink("far/target.png", mFolder.Path("link.png"));
   fs::create_symlink("link.png", mFolder.Path("second.png"));
   EXPECT_EQ(RunTool({"convert", mInput, mFolder.Path("second.png")}).code, 0);
@@ -234,10 +233,10 @@ TEST_F(Output, ALinkStaysAndItsTargetIsReplaced) {
 }
 
 TEST_F(Output, TheLinksNameTellsTheFormat) {
-  const std::string target = mFolder.Write("data", kEarlier);
+  const std::string target = mFolder.Write("data", test::kEarlier);
   fs::create_symlink("data", mFolder.Path("link.png"));
   EXPECT_EQ(RunTool({"convert", mInput, mFolder.Path("link.png")}).code, 0);
-  EXPECT_THAT(test::ReadFile(target), testing::Not(kEarlier));
+  EXPECT_THAT(test::ReadFile(target), testing::Not(test::kEarlier));
 }
 
 TEST_F(Output, ALinkToNothingCreatesItsTarget) {
@@ -254,11 +253,11 @@ TEST_F(Output, LinksInACircleAreRefused) {
 }
 
 TEST_F(Output, OtherHardLinksKeepTheOldContents) {
-  const std::string output = mFolder.Write("out.png", kEarlier);
+  const std::string output = mFolder.Write("out.png", test::kEarlier);
   fs::create_hard_link(output, mFolder.Path("other.png"));
   EXPECT_EQ(RunTool({"convert", mInput, output}).code, 0);
-  EXPECT_EQ(test::ReadFile(mFolder.Path("other.png")), kEarlier);
-  EXPECT_NE(test::ReadFile(output), kEarlier);
+  EXPECT_EQ(test::ReadFile(mFolder.Path("other.png")), test::kEarlier);
+  EXPECT_NE(test::ReadFile(output), test::kEarlier);
 }
 
 // --- Interruptions.
@@ -276,14 +275,14 @@ class Interruption : public Output, public testing::WithParamInterface<int> {};
 
 TEST_P(Interruption, LeavesTheEarlierFileAndNothingElse) {
   test::Save(test::MakeNoise(500, 500), mInput);
-  const std::string output = mFolder.Write("out.png", kEarlier);
+  const std::string output = mFolder.Write("out.png", test::kEarlier);
   const auto before = test::ListFolder(mFolder.Path(""));
   test::ToolProcess tool({"convert", mInput, "--resize", "6000x6000", output, "--compression", "100"});
   ASSERT_TRUE(WaitForEntries(mFolder.Path(""), before.size() + 1)) << "no temporary file";
   tool.Signal(GetParam());
   const auto result = tool.Wait();
   EXPECT_EQ(result.code, 128 + GetParam());
-  EXPECT_EQ(test::ReadFile(output), kEarlier);
+  EXPECT_EQ(test::ReadFile(output), test::kEarlier);
   EXPECT_EQ(test::ListFolder(mFolder.Path("")), before);
 }
 

@@ -21,13 +21,12 @@ using test::Arguments;
 using test::RunTool;
 
 using Bytes = std::vector<unsigned char>;
-const Bytes kEarlier = {'e', 'a', 'r', 'l', 'i', 'e', 'r'};
 
 class SaveGraph : public testing::Test {
  protected:
   void SetUp() override {
     test::Save(test::MakeOpaque(4, 3), mFolder.Path("in.png"));
-    for (const char* name : {"out.png", "g.json"}) (void)mFolder.Write(name, kEarlier);
+    for (const char* name : {"out.png", "g.json"}) (void)mFolder.Write(name, test::kEarlier);
     const std::string graph =
         R"({"nodes": {"x": {"operator": "correct", "inputs": ["in.png"], "properties": {"Gamma": 2}}}})";
     (void)mFolder.Write("graph.json", {graph.begin(), graph.end()});
@@ -67,7 +66,7 @@ const std::vector<Arguments> kCommands = {
 TEST_F(SaveGraph, BothFilesAreReplaced) {
   for (const Arguments& command : kCommands) {
     SCOPED_TRACE(command.front());
-    for (const char* name : {"out.png", "g.json"}) (void)mFolder.Write(name, kEarlier);
+    for (const char* name : {"out.png", "g.json"}) (void)mFolder.Write(name, test::kEarlier);
     const auto result = Run(command, "g.json");
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(result.output + result.errors, "");
@@ -112,7 +111,7 @@ TEST_F(SaveGraph, PlacesThatTakeNoFileAreRefusedBeforeAnythingIsRead) {
   fs::create_directory(mFolder.Path("folder.json"));
   fs::create_directory(mFolder.Path("closed"));
   chmod(mFolder.Path("closed").c_str(), 0500);
-  chmod(mFolder.Write("protected.json", kEarlier).c_str(), 0400);
+  chmod(mFolder.Write("protected.json", test::kEarlier).c_str(), 0400);
   for (const Arguments& command : kCommands) {
     Refuse(command, "none/g.json", 4, "none/g.json: the folder 'none' does not exist");
     Refuse(command, "in.png/g.json", 4, "in.png/g.json: Not a directory");
@@ -129,7 +128,7 @@ TEST_F(SaveGraph, AGraphThatDoesNotFitLeavesThePictureAsItWas) {
     ASSERT_EQ(Run(command, "g.json").code, 0);
     ASSERT_LT(fs::file_size(mFolder.Path("out.png")), kRoom);
     ASSERT_GT(fs::file_size(mFolder.Path("g.json")), kRoom);
-    for (const char* name : {"out.png", "g.json"}) (void)mFolder.Write(name, kEarlier);
+    for (const char* name : {"out.png", "g.json"}) (void)mFolder.Write(name, test::kEarlier);
     Refuse(command, "g.json", 4, "g.json: File too large", {.largestFile = kRoom});
   }
 }

@@ -7,6 +7,9 @@
 
 namespace test {
 
+/// What is in a file before something else is written there.
+inline const std::vector<unsigned char> kEarlier = {'e', 'a', 'r', 'l', 'i', 'e', 'r'};
+
 /// Pixels row by row from the top, as straight 0xAARRGGBB.
 using Pixels = std::vector<QRgb>;
 
