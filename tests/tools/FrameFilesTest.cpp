@@ -51,6 +51,26 @@ TEST_F(FrameFilesTest, TheOutputIsTheFramesOwnWhateverStandsInForAnInputOfThatNa
   }
 }
 
+TEST_F(FrameFilesTest, NoFileIsBlackAndItselfInOneFrame) {
+  (void)mFolder.Write("a.2.png", {1});
+  const FrameNames names = Names({"a.2.png", "a.#.png"}, "b.#.png");
+  const std::vector<int> frames = {1, 2, 3};
+  for (const int frame : {1, 3}) {
+    EXPECT_NO_THROW(FrameFiles(names, 3, frames, MissingPolicy::kHold)) << frame;
+    try {
+      const FrameFiles files(names, frame, frames, MissingPolicy::kBlack);
+      ADD_FAILURE() << frame;
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.Code(), ExitCode::kRead);
+      EXPECT_EQ(failure.what(), "rimage: " + mFolder.Path("a.2.png") +
+                                    ": it would stand in as black for a missing frame and is read itself as "
+                                    "well (--missing=hold lets it stand in as it is)");
+    }
+  }
+  EXPECT_EQ(FrameFiles(names, 2, frames, MissingPolicy::kBlack).Input(names.inputs[1]),
+            mFolder.Path("a.2.png"));
+}
+
 TEST_F(FrameFilesTest, FramesThatReplaceThemselvesAreFound) {
   EXPECT_EQ(Overlap(Names({"a.#.png"}, "b.#.png"), {1, 2}), "");
   EXPECT_EQ(Overlap(Names({"a.#.png"}, "a.#.png"), {}), "");

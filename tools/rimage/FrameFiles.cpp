@@ -41,6 +41,13 @@ FrameFiles::FrameFiles(const FrameNames& names, int frame, std::span<const int> 
     mInputs[input] = FrameName(input, frame);
     if (IsFramePattern(input) && !Exists(mInputs[input])) Find(input, frame, frames, policy);
   }
+  // Files are read by their names, so that one cannot be both black and itself.
+  for (const auto& [input, name] : mInputs) {
+    if (!mBlackened.contains(name) || name != FrameName(input, frame)) continue;
+    throw Failure(ExitCode::kRead, name,
+                  "it would stand in as black for a missing frame and is read itself as well",
+                  "--missing=hold lets it stand in as it is");
+  }
 }
 
 void FrameFiles::Find(const std::string& pattern, int frame, std::span<const int> frames,
