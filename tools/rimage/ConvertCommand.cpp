@@ -42,11 +42,9 @@ std::vector<Step> MakeSteps(const CLI::App& command, const Options& options,
     const auto found = options.operations.find(option);
     if (found == options.operations.end()) continue;
     const Operation& operation = *found->second;
-    std::string value = option->results().at(used[option]++);
+    const std::string value = option->results().at(used[option]++);
+    // What a flag without a value counts as.
     const bool bare = operation.valueKind != ValueKind::kRequired && value == "true";
-    if (operation.valueKind == ValueKind::kNone && !bare) {
-      throw Failure(ExitCode::kUsage, operation.name, "takes no value");
-    }
     steps.push_back(MakeStep(operation, bare ? "" : value, context));
   }
   return steps;
