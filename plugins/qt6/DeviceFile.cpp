@@ -25,6 +25,22 @@ bool IsRegular(int descriptor) {
   return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
 }
 
+// Takes a device that can seek back to where it stood, whatever happens.
+class KeepPosition {
+ public:
+  explicit KeepPosition(QIODevice& device)
+      : mDevice(device), mPosition(device.isSequential() ? 0 : device.pos()) {}
+  ~KeepPosition() {
+    if (!mDevice.isSequential()) mDevice.seek(mPosition);
+  }
+  KeepPosition(const KeepPosition&) = delete;
+  KeepPosition& operator=(const KeepPosition&) = delete;
+
+ private:
+  QIODevice& mDevice;
+  qint64 mPosition;
+};
+
 qint64 LargestCopy() {
   constexpr qint64 kLargest = std::numeric_limits<std::int32_t>::max();
   const qint64 megabytes = QImageReader::allocationLimit();
@@ -66,10 +82,10 @@ bool DeviceFile::OpenAgain(QIODevice& device) {
 bool DeviceFile::CopyFrom(QIODevice& device) {
   RFile copy;
   if (!Create() || !copy.Open(Path().c_str(), "wb")) return false;
-  const qint64 position = device.isSequential() ? 0 : device.pos();
+  const KeepPosition keep(device);
   qint64 room = LargestCopy();
   Block block;
-  bool copied = device.isSequential() || device.size() - position <= room;
+  bool copied = device.isSequential() || device.size() - device.pos() <= room;
   while (copied) {
     // A byte more than there is room for tells that the contents are too large.
     const qint64 count = device.read(block.data(), std::min<qint64>(block.size(), room + 1));
@@ -78,7 +94,6 @@ bool DeviceFile::CopyFrom(QIODevice& device) {
     const auto size = static_cast<std::size_t>(count);
     copied = room >= 0 && copy.Write(block.data(), size) == size;
   }
-  if (!device.isSequential()) device.seek(position);
   return copied && copy.Close();
 }
 

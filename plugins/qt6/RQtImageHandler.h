@@ -7,7 +7,8 @@
 #include "PictureFile.h"
 
 /// Reads all pictures of a file, and writes video frames. A picture is read once: afterwards `canRead` is
-/// false until another one is jumped to.
+/// false until another one is jumped to. Where memory runs out each function fails as for a damaged file; the
+/// picture may be jumped to and read again, unless its device is a pipe.
 class RQtImageHandler : public QImageIOHandler {
  public:
   explicit RQtImageHandler(PictureFormat format) : mFormat(format) {}

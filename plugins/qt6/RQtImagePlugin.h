@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QImageIOPlugin>
+#include <cstddef>
 
 /// Adds the formats of `PictureFormat` to Qt. It answers for no other name, and not for a file under one of
 /// its names that is of another format; a file without a name, or under an unknown one, it takes only when
@@ -11,7 +12,16 @@ class RQtImagePlugin : public QImageIOPlugin {
   Q_PLUGIN_METADATA(IID QImageIOHandlerFactoryInterface_iid FILE "rimage.json")
 
  public:
+  /// Null where memory runs out, which Qt takes for a plugin that cannot be loaded.
+  static void* operator new(std::size_t size) noexcept;
+  static void* operator new(std::size_t /*size*/, void* place) noexcept {
+    return place;
+  }  // Qt's types need it
+  static void operator delete(void* plugin) noexcept;
+
+  /// None where memory runs out.
   Capabilities capabilities(QIODevice* device, const QByteArray& format) const override;
-  /// Returns null for a device without a picture when the name is none of the plugin's either.
+  /// Returns null for a device without a picture when the name is none of the plugin's either, and where
+  /// memory runs out.
   QImageIOHandler* create(QIODevice* device, const QByteArray& format) const override;
 };

@@ -45,8 +45,8 @@ QImage::Format TextureFile::Layout() const {
 
 bool TextureFile::Read(int picture, QImage& image) {
   if (!IsWithinLimit({mInfo.width, mInfo.height}, Layout())) return false;
-  if (!mIsLoaded) mIsLoaded = mDecoder.Load(mFile.Path().c_str());
-  if (!mIsLoaded || mDecoder.IsPlaceholder()) return false;
+  if (!mIsLoaded) mIsLoaded = mDecoder.Load(mFile.Path().c_str()) && !mDecoder.IsPlaceholder();
+  if (!mIsLoaded) return false;
   const Place place = PlaceOf(picture);
   const RPixelBuffer pixels = mInfo.isFloat ? mDecoder.DecodeFloats(place.face, place.level, place.slice)
                                             : mDecoder.DecodeBytes(place.face, place.level, place.slice);
