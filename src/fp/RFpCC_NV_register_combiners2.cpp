@@ -187,7 +187,11 @@ int RFpCC_NV_register_combiners2::Bind(RFpContext* context, int stage, int form)
   if (!mUsable || stage < 0 || stage >= GetStageCount()) return 0;
   const GLuint list = mLists.GetName(stage);
   if (list == 0) return 0;
-  if (mListCount != GetChangeCount()) Rebuild();
+  if (mListCount != GetChangeCount()) {
+    Rebuild();
+    // Where memory lacks, the lists are not up to date.
+    mListCount = GetChangeCount();
+  }
   glCallList(list);
   glEnable(GL_REGISTER_COMBINERS_NV);
   return 1;
@@ -195,7 +199,6 @@ int RFpCC_NV_register_combiners2::Bind(RFpContext* context, int stage, int form)
 
 void RFpCC_NV_register_combiners2::Rebuild() {
   const RFpColorSettings& settings = GetSettings();
-  mListCount = GetChangeCount();
   if (!UsesZones()) {
     mSetups[0] = OneMatrix(GetMatrix(), settings.transparency);
     Compile(0, mSetups[0]);

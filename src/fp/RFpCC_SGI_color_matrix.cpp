@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <vector>
 
 #include "fp/RFpRgbaRows.h"
 #include "rgl/RGLFunctions.h"
@@ -37,7 +36,8 @@ void SetAlphaTransfer(bool opaque) {
   glPixelTransferf(GL_ALPHA_BIAS, opaque ? 1.0F : 0.0F);
 }
 
-// Hands pixels over, row by row where OpenGL does not know their layout.
+// Hands pixels over, in pieces of rows where OpenGL does not know their layout. It takes no memory, for lack
+// of which the matrix would stay in place.
 template <class Transfer>
 void TransferPixels(const RFpPixels& pixels, int width, int height, const Transfer& transfer) {
   constexpr int kRGB555Size = 2;
@@ -46,10 +46,16 @@ void TransferPixels(const RFpPixels& pixels, int width, int height, const Transf
   height = std::min(height, pixels.height);
   glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
   if (pixels.pixelSize != kRGB555Size) {
-    transfer(0, width, height, static_cast<GLenum>(pixels.glFormat), pixels.bits);
+    transfer(0, 0, width, height, static_cast<GLenum>(pixels.glFormat), pixels.bits);
   } else {
-    std::vector<unsigned char> buffer(std::size_t{4} * static_cast<std::size_t>(width));
-    for (int y = 0; y < height; ++y) transfer(y, width, 1, GL_RGBA, rows.Get(0, y, width, buffer.data()));
+    constexpr int kPiece = 1024;
+    std::array<unsigned char, std::size_t{4} * kPiece> buffer;
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; x += kPiece) {
+        const int columns = std::min(width - x, kPiece);
+        transfer(x, y, columns, 1, GL_RGBA, rows.Get(x, y, columns, buffer.data()));
+      }
+    }
   }
   glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
 }
@@ -83,15 +89,15 @@ void RFpCC_SGI_color_matrix::Draw(RFpContext* context, int stage, int form, int 
       return;
     case kFormRawToBuffer:
       TransferPixels(context->sources[0], width, height,
-                     [](int y, int columns, int rows, GLenum format, const unsigned char* bits) {
-                       opengl15()->glWindowPos2i(0, y);
+                     [](int x, int y, int columns, int rows, GLenum format, const unsigned char* bits) {
+                       opengl15()->glWindowPos2i(x, y);
                        glDrawPixels(columns, rows, format, GL_UNSIGNED_BYTE, bits);
                      });
       return;
     case kFormRawToTexture:
       TransferPixels(context->sources[0], width, height,
-                     [](int y, int columns, int rows, GLenum format, const unsigned char* bits) {
-                       glTexSubImage2D(GL_TEXTURE_2D, 0, 0, y, columns, rows, format, GL_UNSIGNED_BYTE, bits);
+                     [](int x, int y, int columns, int rows, GLenum format, const unsigned char* bits) {
+                       glTexSubImage2D(GL_TEXTURE_2D, 0, x, y, columns, rows, format, GL_UNSIGNED_BYTE, bits);
                      });
       return;
     default:

@@ -1,6 +1,7 @@
 #include "fp/RFpNVPrograms.h"
 
 #include <string>
+#include <vector>
 
 #include "fp/RFpEntryPoints.h"
 
@@ -28,10 +29,15 @@ RFpNVPrograms::RFpNVPrograms(const QOpenGLExtension_NV_vertex_program& functions
                              std::span<const std::string_view> instructions)
     : mFunctions(functions) {
   if (!functions.glBindProgramNV) return;
-  mNames.resize(instructions.size());
+  // Before there are programs: where memory lacks, nobody would delete them.
+  std::vector<std::string> texts;
+  texts.reserve(instructions.size());
+  for (const std::string_view program : instructions)
+    texts.push_back(std::string(kFpNVProgramHeader).append(program));
+  mNames.resize(texts.size());
   functions.glGenProgramsNV(static_cast<GLsizei>(mNames.size()), mNames.data());
   for (std::size_t i = 0; i < mNames.size(); ++i) {
-    const std::string text = std::string(kFpNVProgramHeader).append(instructions[i]);
+    const std::string& text = texts[i];
     // Errors before the load are somebody else's, those of the load show when the program is drawn with.
     glGetError();
     functions.glLoadProgramNV(GL_FRAGMENT_PROGRAM_NV, mNames[i], static_cast<GLsizei>(text.size()),

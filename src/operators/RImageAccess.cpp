@@ -186,6 +186,11 @@ int TransferForCaller(RImage& image, int wanted, int available) {
   return state.IsSaved() ? Transfer(image, wanted, available, true) : 0;
 }
 
+// Where memory lacked, an image is described but has nothing to write to.
+bool HasStorage(RImage& image) {
+  return image.GetIncarnation() == RImage::kIncarnationGL ? image.GetTextureID() != 0 : image.HoldsPixels(1);
+}
+
 }  // namespace
 
 int RAvailableForms(RImage& image) {
@@ -240,7 +245,7 @@ int RPrepareForWriting(RImage& image, int form, int width, int height) {
   if (!texture && !(form & kFormRawWriteMask)) return 0;
   const auto incarnation = texture ? RImage::kIncarnationGL : RImage::kIncarnationRaw;
   if (image.GetIncarnation() == incarnation && image.GetFormat() == kImageFormatRGBA &&
-      image.GetWidth() == width && image.GetHeight() == height) {
+      image.GetWidth() == width && image.GetHeight() == height && HasStorage(image)) {
     image.Update();
     return 1;
   }

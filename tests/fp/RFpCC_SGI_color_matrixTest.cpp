@@ -59,11 +59,13 @@ struct Transfer {
   int form;
   int glFormat;
   int pixelSize;
+  int width = 7;
 };
 
 class SGITransfer : public RFpCC_SGI_color_matrixTest, public testing::WithParamInterface<Transfer> {};
 
 std::vector<unsigned char> ToRgba(const Transfer& row, const unsigned char* pixel) {
+  if (row.pixelSize == 2 && pixel[1] == 0) return {0, 0, 0, 255};
   if (row.pixelSize == 2) return {240, 0, 128, 255};
   if (row.glFormat == GL_RGB) return {pixel[0], pixel[1], pixel[2], 255};
   if (row.glFormat == GL_BGRA) return {pixel[2], pixel[1], pixel[0], pixel[3]};
@@ -71,14 +73,18 @@ std::vector<unsigned char> ToRgba(const Transfer& row, const unsigned char* pixe
 }
 
 TEST_P(SGITransfer, GoesThroughTheMatrix) {
-  constexpr int kWidth = 7;
   constexpr int kHeight = 5;
   const Transfer& row = GetParam();
+  const int width = row.width;
   const auto size = static_cast<std::size_t>(row.pixelSize);
-  std::vector<unsigned char> memory = Noise(size * kWidth * kHeight);
-  for (std::size_t i = 0; row.pixelSize == 2 && i < memory.size(); ++i) memory[i] = i % 2 ? 0x7C : 0x10;
-  context.sources[0] = {memory.data(), kWidth,           kHeight,      kWidth,
-                        row.glFormat,  GL_UNSIGNED_BYTE, row.pixelSize};
+  const std::size_t pixels = std::size_t{kHeight} * static_cast<std::size_t>(width);
+  std::vector<unsigned char> memory = Noise(size * pixels);
+  for (std::size_t i = 0; row.pixelSize == 2 && i < memory.size(); i += 2) {
+    const bool isBlack = memory[i] % 2 == 0;
+    memory[i] = isBlack ? 0 : 0x10;
+    memory[i + 1] = isBlack ? 0 : 0x7C;
+  }
+  context.sources[0] = {memory.data(), width, kHeight, width, row.glFormat, GL_UNSIGNED_BYTE, row.pixelSize};
   RFpCC_SGI_color_matrix node;
   Random random(3);
   CorrectionSettings wanted = RandomCorrection(CorrectionFamily::kAllGlobal, random);
@@ -86,23 +92,23 @@ TEST_P(SGITransfer, GoesThroughTheMatrix) {
   ApplyTo(node, wanted);
   const CorrectionSettings settings = ReadFrom(node);
 
-  GLTarget target(kWidth, kHeight);
-  glViewport(0, 0, kWidth, kHeight);
-  unsigned texture = MakeTexture(kWidth, kHeight, GL_RGBA, nullptr, GL_RGBA8);
+  GLTarget target(width, kHeight);
+  glViewport(0, 0, width, kHeight);
+  unsigned texture = MakeTexture(width, kHeight, GL_RGBA, nullptr, GL_RGBA8);
   glBindTexture(GL_TEXTURE_2D, texture);
   const bool fromBuffer = row.form == 0x10 || row.form == 0x400;
   if (fromBuffer) {
     glRasterPos2f(-1, -1);
-    glDrawPixels(kWidth, kHeight, GL_RGBA, GL_UNSIGNED_BYTE, memory.data());
+    glDrawPixels(width, kHeight, GL_RGBA, GL_UNSIGNED_BYTE, memory.data());
   }
   glPixelZoom(2, 3);  // somebody else's
   ASSERT_EQ(node.Bind(&context, 0, row.form), 1);
-  node.Draw(&context, 0, row.form, kWidth, kHeight);
+  node.Draw(&context, 0, row.form, width, kHeight);
   node.Unbind(&context, 0, row.form);
   const bool toTexture = row.form == 0x400 || row.form == 0x4000;
   const GLPixels result = toTexture ? ReadTexture(texture, GL_RGBA) : target.Read();
   const CorrectionModel model(settings);
-  for (std::size_t i = 0; i < std::size_t{kWidth} * kHeight; ++i) {
+  for (std::size_t i = 0; i < pixels; ++i) {
     const auto rgba = ToRgba(row, &memory[size * i]);
     Rgba colour{};
     for (std::size_t c = 0; c < 4; ++c) colour[c] = rgba[c] / 255.0;
@@ -124,7 +130,9 @@ INSTANTIATE_TEST_SUITE_P(All, SGITransfer,
                                          Transfer{"RgbToBuffer", 0x1000, GL_RGB, 3},
                                          Transfer{"BgraToTexture", 0x4000, GL_BGRA, 4},
                                          Transfer{"RGB555ToBuffer", 0x1000, GL_RGB, 2},
-                                         Transfer{"RGB555ToTexture", 0x4000, GL_RGB, 2}),
+                                         Transfer{"RGB555ToTexture", 0x4000, GL_RGB, 2},
+                                         Transfer{"WideRGB555ToBuffer", 0x1000, GL_RGB, 2, 2500},
+                                         Transfer{"WideRGB555ToTexture", 0x4000, GL_RGB, 2, 2500}),
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(RFpCC_SGI_color_matrixTest, MemoryThatCannotBeReadFailsToBind) {

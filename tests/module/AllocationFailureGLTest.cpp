@@ -1,19 +1,25 @@
 // Memory that runs out at every allocation in turn, where OpenGL draws: in the reader of textures, uploads,
-// the effects, and the stereo compositor with its Cg programs. None leaves OpenGL objects behind.
+// the effects, and the stereo compositor with its Cg programs. None leaves OpenGL objects behind. The
+// effects' back ends are those of the driver, which the driver shim plays: their cases run once for each.
 #include <GL/gl.h>
 
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "dds/nv_dds.h"
 #include "module/EntryPointrimage.h"
+#include "operators/RImOpBlend.h"
+#include "operators/RImOpCC.h"
+#include "operators/RImOpKeyer.h"
 #include "rbaselib/RMessageHandler.h"
 #include "stereo/RImageStereoCompostior.h"
 #include "support/AllocationFailureTest.h"
 #include "support/CaseName.h"
 #include "support/GLTest.h"
 #include "support/TestData.h"
+#include "support/shim/GLShim.h"
 
 namespace {
 
@@ -70,15 +76,53 @@ Result ChangeIncarnation() {
 
 // --- Effects
 
-Result DrawEffect(const std::string& name) {
-  const auto op = test::MakeConnectedEffect(name);
-  if (!op) return std::nullopt;
+// An effect, with settings that its back ends take different ways for.
+struct Effect {
+  const char* name;
+  const char* className;
+  void (*set)(RImageOperator& op);
+};
+
+constexpr Effect kEffects[] = {
+    {"Chroma", "RImOpKeyer", [](RImageOperator& op) { dynamic_cast<RImOpKeyer&>(op).ModeSet(kFpKeyChroma); }},
+    {"Luminance", "RImOpKeyer",
+     [](RImageOperator& op) { dynamic_cast<RImOpKeyer&>(op).ModeSet(kFpKeyLuminance); }},
+    {"Difference", "RImOpKeyer",
+     [](RImageOperator& op) { dynamic_cast<RImOpKeyer&>(op).ModeSet(kFpKeyDifference); }},
+    {"Matrix", "RImOpCC", [](RImageOperator& op) { dynamic_cast<RImOpCC&>(op).SaturationSet(2); }},
+    {"Zones", "RImOpCC", [](RImageOperator& op) { dynamic_cast<RImOpCC&>(op).ShadowSaturationSet(2); }},
+    {"Blend", "RImOpBlend", [](RImageOperator& op) { dynamic_cast<RImOpBlend&>(op).PresetSet(1); }},
+};
+
+using OperatorPtr = RDestroyPtr<RImageOperator>;
+
+// Makes the effect with inputs in memory or, if it `hasTextures`, in textures, which the back ends draw with
+// where pictures in memory may be left to the processor.
+OperatorPtr MakeEffect(const Effect& effect, bool hasTextures) {
+  OperatorPtr op = test::MakeConnectedEffect(effect.className);
+  if (!op) return op;
+  effect.set(*op);
+  for (int i = 0; hasTextures && i < op->GetNbPlugs(RImageOperator::kPlugInput); ++i) {
+    if (!op->GetPlugImage(i, RImageOperator::kPlugInput)->RequestGLIncarnation(true)) return OperatorPtr();
+  }
+  return op;
+}
+
+Result Draw(RImageOperator& op) {
   RFpContext context;
-  if (op->ReadLock(&context, kFormTextureMask) == 0) return std::nullopt;
-  RImage* const image = op->GetPlugImage(0, RImageOperator::kPlugOutput);
+  if (op.ReadLock(&context, kFormTextureMask) == 0) return std::nullopt;
+  RImage* const image = op.GetPlugImage(0, RImageOperator::kPlugOutput);
   const Result result = image ? PixelsOfTexture(*image) : std::nullopt;
-  (void)op->ReadUnLock(&context, kFormTextureMask);
+  (void)op.ReadUnLock(&context, kFormTextureMask);
   return result;
+}
+
+Work DrawingOf(const Effect& effect, bool hasTextures) {
+  return {std::string("Draw_") + effect.name + (hasTextures ? "_textures" : "_memory"),
+          [&effect, hasTextures]() -> Result {
+            const auto op = MakeEffect(effect, hasTextures);
+            return op ? Draw(*op) : std::nullopt;
+          }};
 }
 
 // --- Stereo
@@ -125,8 +169,9 @@ std::vector<Work> Works() {
                              UploadOf("magnum_dxt3"),
                              UploadOf("oiio_dds_rgba8"),
                              {"ChangeIncarnation", ChangeIncarnation}};
-  for (const auto& row : Object_GetRegistrations("ArcStorable/ImageOperator"))
-    works.push_back({"Draw_" + row.name, [name = row.name] { return DrawEffect(name); }});
+  for (const Effect& effect : kEffects) {
+    for (const bool hasTextures : {false, true}) works.push_back(DrawingOf(effect, hasTextures));
+  }
   constexpr unsigned kModes = 6;
   for (unsigned mode = 0; mode < kModes; ++mode)
     works.push_back({"Compose_" + std::to_string(mode), [mode] { return Compose(mode); }});
@@ -146,5 +191,81 @@ class AllocationFailureGLTest : public test::AllocationFailureTest<test::GLTest>
 TEST_P(AllocationFailureGLTest, EachIsAFailureOfTheWhole) { RunWithoutEach(); }
 
 INSTANTIATE_TEST_SUITE_P(OpenGL, AllocationFailureGLTest, testing::ValuesIn(Works()), test::CaseName());
+
+// --- The effects' back ends
+
+class EffectGLTest : public test::GLTest, public testing::WithParamInterface<Effect> {
+ protected:
+  static Result DrawNew(bool hasTextures) { return Draw(*MakeEffect(GetParam(), hasTextures)); }
+
+  // Draws without each allocation in turn and with all of them afterwards, on the same operator.
+  static void DrawWithoutEach(bool hasTextures, bool isDrawnBefore);
+
+  // Returns an operator that is to draw with the effect's settings and, if it `isDrawnBefore`, has drawn with
+  // others.
+  static OperatorPtr Make(bool hasTextures, bool isDrawnBefore) {
+    if (!isDrawnBefore) return MakeEffect(GetParam(), hasTextures);
+    Effect plain = GetParam();
+    plain.set = [](RImageOperator&) {};
+    OperatorPtr op = MakeEffect(plain, hasTextures);
+    EXPECT_TRUE(Draw(*op));
+    GetParam().set(*op);
+    op->IncUpdateId();
+    return op;
+  }
+};
+
+void EffectGLTest::DrawWithoutEach(bool hasTextures, bool isDrawnBefore) {
+  const Result expected = DrawNew(hasTextures);
+  ASSERT_TRUE(expected);
+  bool failed = true;
+  for (int which = 0; failed; ++which) {
+    SCOPED_TRACE(testing::Message() << which << (hasTextures ? ", textures" : ", memory")
+                                    << (isDrawnBefore ? ", drawn before" : ""));
+    const OperatorPtr op = Make(hasTextures, isDrawnBefore);
+    {
+      const test::AllocationFailure failure(which);
+      try {
+        const Result result = Draw(*op);
+        EXPECT_TRUE(!result || result == expected);
+      } catch (const std::bad_alloc&) {
+      }
+      failed = failure.FailedSize() > 0;
+    }
+    EXPECT_TRUE(Draw(*op) == expected);
+  }
+}
+
+// Returns a call by which the driver's back end draws the effect; null where no extension does.
+const char* CallOf(const Effect& effect) {
+  if (std::string_view(effect.className) == "RImOpBlend") return nullptr;
+  const std::string_view driver = test::shim::Name();
+  if (driver == "rc") return "glEnable(GL_REGISTER_COMBINERS_NV)";
+  if (driver == "nv") return "glEnable(GL_FRAGMENT_PROGRAM_NV)";
+  // Mesa has ATI's fragment shaders of its own.
+  if (driver == "ati" || driver.empty()) return "glEnable(GL_FRAGMENT_SHADER_ATI)";
+  return driver == "sgi" && std::string_view(effect.name) == "Matrix" ? "glCopyPixels" : nullptr;
+}
+
+TEST_P(EffectGLTest, IsDrawnByTheDriversBackEnd) {
+  const test::GLRecorder calls;
+  EXPECT_TRUE(DrawNew(true));
+  for (const char* call : {"glEnable(GL_REGISTER_COMBINERS_NV)", "glEnable(GL_FRAGMENT_PROGRAM_NV)",
+                           "glEnable(GL_FRAGMENT_SHADER_ATI)", "glCopyPixels"}) {
+    const char* const own = CallOf(GetParam());
+    EXPECT_EQ(calls.Text().find(call) != std::string::npos, own && std::string_view(own) == call) << call;
+  }
+}
+
+// What was prepared in part is not taken for done.
+TEST_P(EffectGLTest, IsDrawnAgainAfterAFailure) {
+  for (const bool hasTextures : {false, true}) {
+    for (const bool isDrawnBefore : {false, true}) DrawWithoutEach(hasTextures, isDrawnBefore);
+  }
+}
+
+std::string NameOf(const testing::TestParamInfo<Effect>& info) { return info.param.name; }
+
+INSTANTIATE_TEST_SUITE_P(BackEnd, EffectGLTest, testing::ValuesIn(kEffects), NameOf);
 
 }  // namespace
