@@ -90,20 +90,28 @@ void Remember(void* memory) {
   gHeld[gHeldEnd++] = memory;
 }
 
-void* Allocate(std::size_t size, const void* caller) {
-  const bool counts = gIsArmed && IsOurs(caller);
+// Does the allocation unless it is to fail.
+template <class Work>
+void* AllocateBy(Work allocate, std::size_t size, bool counts) {
   if (counts && Fails(size)) return nullptr;
-  void* const memory = std::malloc(size == 0 ? 1 : size);
+  void* const memory = allocate();
   if (counts && memory) Remember(memory);
   return memory;
 }
 
+void* Allocate(std::size_t size, const void* caller) {
+  return AllocateBy([size] { return std::malloc(size == 0 ? 1 : size); }, size, gIsArmed && IsOurs(caller));
+}
+
+void Forget(void* memory) {
+  if (!memory || gHeldEnd == 0) return;
+  auto* const end = gHeld.data() + gHeldEnd;
+  auto* const place = std::find(gHeld.data(), end, memory);
+  if (place != end) *place = gHeld[--gHeldEnd];
+}
+
 void Free(void* memory) {
-  if (memory && gHeldEnd > 0) {
-    auto* const end = gHeld.data() + gHeldEnd;
-    auto* const place = std::find(gHeld.data(), end, memory);
-    if (place != end) *place = gHeld[--gHeldEnd];
-  }
+  Forget(memory);
   std::free(memory);
 }
 
@@ -129,6 +137,32 @@ void operator delete(void* memory, const std::nothrow_t&) noexcept { Free(memory
 void operator delete[](void* memory) noexcept { Free(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { Free(memory); }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept { Free(memory); }
+
+// Those of C, which hosts share with the readers that hand them memory. A checker of addresses has its own.
+#ifndef __SANITIZE_ADDRESS__
+extern "C" {
+
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void __libc_free(void* memory);
+
+void* malloc(std::size_t size) noexcept {
+  const bool counts = gIsArmed && gModule.Has(__builtin_return_address(0));
+  return AllocateBy([size] { return __libc_malloc(size); }, size, counts);
+}
+
+void* calloc(std::size_t count, std::size_t size) noexcept {
+  const bool counts = gIsArmed && gModule.Has(__builtin_return_address(0));
+  return AllocateBy([count, size] { return __libc_calloc(count, size); }, count * size, counts);
+}
+
+void free(void* memory) noexcept {
+  Forget(memory);
+  __libc_free(memory);
+}
+
+}  // extern "C"
+#endif
 
 namespace test {
 

@@ -6,7 +6,8 @@
 namespace test {
 
 /// Lets allocations of the module, of the host's libraries, of the Qt plugin and of what the C++ library does
-/// for them fail; Qt, other libraries and the test itself get what they ask for. One object at a time.
+/// for them fail; Qt, other libraries and the test itself get what they ask for. Those by malloc and calloc
+/// are among them, unless an address sanitizer has functions of its own. One object at a time.
 class AllocationFailure {
  public:
   enum Extent {
