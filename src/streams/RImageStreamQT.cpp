@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <span>
 #include <string_view>
 
@@ -60,6 +62,12 @@ kFileKind UsableKindOf(const QByteArray& suffix, const QList<QByteArray>& qtForm
   return listed ? KindOf(suffix) : kFileNone;
 }
 
+// Qt tells the height of a BMP file whose top row comes first with a minus sign.
+QSize SizeOf(const QImageReader& reader) {
+  const QSize size = reader.size();
+  return {size.width(), std::abs(std::max(size.height(), -std::numeric_limits<int>::max()))};
+}
+
 // Reads the picture that `reader` found to be of `format`.
 QImage Read(QImageReader& reader, const QByteArray& format) {
   if (format == "tiff") {
@@ -69,7 +77,7 @@ QImage Read(QImageReader& reader, const QByteArray& format) {
   QImage image;
   // Qt's BMP reader leaves pixels that the file does not tell as the memory happened to be, which is for
   // nobody to see. It draws into an image that has the right size and layout.
-  if (format == "bmp" && QImageIOHandler::allocateImage(reader.size(), reader.imageFormat(), &image))
+  if (format == "bmp" && QImageIOHandler::allocateImage(SizeOf(reader), reader.imageFormat(), &image))
     image.fill(0);
   return reader.read(&image) ? image : QImage();
 }

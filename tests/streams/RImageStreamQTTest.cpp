@@ -342,6 +342,21 @@ class DirtyMemory {
   DirtyMemory& operator=(const DirtyMemory&) = delete;
 };
 
+// Changes the sign of a BMP file's height, of less than 256 rows: its first row is the top one from now on.
+void TurnOver(Bytes& file) {
+  file[22] = static_cast<unsigned char>(-file[22]);
+  std::fill(file.begin() + 23, file.begin() + 26, 0xFF);
+}
+
+// Returns the rows in the reverse order.
+Bytes Turned(const Bytes& pixels, std::size_t rowBytes) {
+  Bytes turned;
+  for (std::size_t row = pixels.size() / rowBytes; row-- > 0;)
+    turned.insert(turned.end(), pixels.begin() + static_cast<std::ptrdiff_t>(row * rowBytes),
+                  pixels.begin() + static_cast<std::ptrdiff_t>((row + 1) * rowBytes));
+  return turned;
+}
+
 TEST_F(StreamTest, RowsThatABmpFileLacksAreBlack) {
   ASSERT_TRUE(test::MakePattern(QImage::Format_RGB32, 4, 6).save(ToQt(mFolder.Path("a.bmp"))));
   Bytes bytes = test::ReadFile(mFolder.Path("a.bmp"));
@@ -354,6 +369,10 @@ TEST_F(StreamTest, RowsThatABmpFileLacksAreBlack) {
   const DirtyMemory dirty;
   ASSERT_TRUE(OpenBytes("cut.bmp", bytes));
   EXPECT_EQ(BytesOf(*mStream.GetImage(false)), expected);
+  // With a negative height the rows are the other way round, and the bottom ones lack.
+  TurnOver(bytes);
+  ASSERT_TRUE(OpenBytes("turned.bmp", bytes));
+  EXPECT_EQ(BytesOf(*mStream.GetImage(false)), Turned(expected, 4 * 4));
 }
 
 TEST_F(StreamTest, PixelsThatABmpFileSkipsHaveTheFirstColor) {
@@ -371,8 +390,11 @@ TEST_F(StreamTest, PixelsThatABmpFileSkipsHaveTheFirstColor) {
   bytes.insert(bytes.end(), runs.begin(), runs.end());
   const DirtyMemory dirty;
   ASSERT_TRUE(OpenBytes("skips.bmp", bytes));
-  EXPECT_EQ(BytesOf(*mStream.GetImage(false)),
-            (Bytes{10, 20, 30, 10, 20, 30, 10, 20, 30, 10, 20, 30, 40, 50, 60, 40, 50, 60}));
+  const Bytes expected = {10, 20, 30, 10, 20, 30, 10, 20, 30, 10, 20, 30, 40, 50, 60, 40, 50, 60};
+  EXPECT_EQ(BytesOf(*mStream.GetImage(false)), expected);
+  TurnOver(bytes);
+  ASSERT_TRUE(OpenBytes("turned.bmp", bytes));
+  EXPECT_EQ(BytesOf(*mStream.GetImage(false)), Turned(expected, 3 * kWidth));
 }
 
 // --- Icons with the suffix bmp.

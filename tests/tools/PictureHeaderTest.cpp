@@ -72,6 +72,14 @@ Bytes Tga() {
   return bytes;
 }
 
+// The height has a minus sign: the top row comes first.
+Bytes Bmp() {
+  Bytes bytes = {'B', 'M', 0, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0};
+  bytes.insert(bytes.end(), {40, 0, 0, 0, 0x40, 0x1F, 0, 0, 0xC0, 0xE0, 0xFF, 0xFF, 1, 0, 24, 0});
+  bytes.resize(54 + kFiller);
+  return bytes;
+}
+
 struct Large {
   const char* name;
   Bytes bytes;
@@ -98,7 +106,8 @@ INSTANTIATE_TEST_SUITE_P(
     All, LargePicture,
     testing::Values(Large{"a.sgi", Sgi(), "8000 x 8000"}, Large{"a.rgb", Sgi(), "8000 x 8000"},
                     Large{"a.rgba", Sgi(), "8000 x 8000"}, Large{"a.pic", Pic(), "8000 x 8000"},
-                    Large{"a.iff", Ilbm(), "60000 x 1024"}, Large{"a.tga", Tga(), "8000 x 8000"}),
+                    Large{"a.iff", Ilbm(), "60000 x 1024"}, Large{"a.tga", Tga(), "8000 x 8000"},
+                    Large{"a.bmp", Bmp(), "8000 x 8000"}),
     [](const auto& row) { return std::string(row.param.name + 2); });
 
 // The same files are read, or refused for what they are, where the limit allows it.

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <limits>
 
 #include "FileFormats.h"
 #include "FrameNumbers.h"
@@ -56,6 +57,12 @@ bool IsReadThroughQt(const std::string& path) {
   return StreamClass(kReaderGroup, path) == RImageStreamQT::ClassName;
 }
 
+// Qt tells the height of a BMP file whose top row comes first with a minus sign.
+QSize SizeOf(const QImageReader& reader) {
+  const QSize size = reader.size();
+  return {size.width(), std::abs(std::max(size.height(), -std::numeric_limits<int>::max()))};
+}
+
 QtDescription Describe(const std::string& path) {
   // Files of other readers would only make Qt load all its plugins in search of one that knows them.
   if (!IsReadThroughQt(path)) return {};
@@ -64,7 +71,7 @@ QtDescription Describe(const std::string& path) {
   QtDescription description;
   description.handler = reader.format();
   if (description.handler.isEmpty()) return description;
-  description.size = reader.size();
+  description.size = SizeOf(reader);
   description.orientation = reader.transformation();
   // Where the header cannot be read, Qt's JPEG reader hands out a format that it never set.
   const bool broken = reader.supportsOption(QImageIOHandler::Size) && !description.size.isValid();
