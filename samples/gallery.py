@@ -348,7 +348,7 @@ class Gallery:
         for label, picture in zip(names, pictures, strict=True):
             (named / f"{label}.png").symlink_to(self.out / picture)
         self.tool.tell("sheet", *(f"{name}/sheet/{label}.png" for label in names), f"{name}/sheet.png", "--columns", "6", "--size",
-                       "180")
+                       "180", "--replace")
         shutil.rmtree(named)
 
 

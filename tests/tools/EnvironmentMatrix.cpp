@@ -33,7 +33,7 @@ const std::vector<Command> kOnProcessor = {
      true, true},
     {"Sheet",
      [](const Files& f) {
-       return Arguments{"sheet", f.input, f.output};
+       return Arguments{"sheet", f.input, f.output, "--replace"};
      }},
     {"Correct",
      [](const Files& f) {

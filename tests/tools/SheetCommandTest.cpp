@@ -27,7 +27,7 @@ class Sheet : public testing::Test {
   }
   QImage Make(Arguments arguments) const {
     arguments.insert(arguments.begin(), "sheet");
-    arguments.push_back(mFolder.Path("sheet.png"));
+    arguments.insert(arguments.end(), {mFolder.Path("sheet.png"), "--replace"});
     const auto result = RunTool(arguments);
     EXPECT_EQ(result.code, 0) << result.errors;
     return test::Load(mFolder.Path("sheet.png"));
@@ -170,7 +170,7 @@ TEST_F(Sheet, ThreadsAreStartedOnceForAllPictures) {
   const auto threads = [&](std::size_t pictures) {
     Arguments arguments = {"sheet"};
     arguments.insert(arguments.end(), pictures, Put("large.png", test::MakeNoise(700, 500)));
-    arguments.push_back(mFolder.Path("sheet.png"));
+    arguments.insert(arguments.end(), {mFolder.Path("sheet.png"), "--replace"});
     const auto result =
         RunTool(arguments, {.environment = {{"LD_PRELOAD", RIMAGE_COUNTED_THREADS},
                                             {"COUNTED_THREADS", count},
@@ -184,6 +184,27 @@ TEST_F(Sheet, ThreadsAreStartedOnceForAllPictures) {
   EXPECT_EQ(threads(20), few);
 }
 
+// Where processes are limited.
+TEST_F(Sheet, FewerThreadsWillDo) {
+  const std::string a = Put("large.png", test::MakeNoise(700, 500));
+  const auto sheet = [&](const char* most) {
+    const std::string out = mFolder.Path("sheet.png");
+    std::filesystem::remove(out);
+    return RunTool({"sheet", a, out},
+                   {.environment = {{"LD_PRELOAD", RIMAGE_COUNTED_THREADS},
+                                    {"MOST_THREADS", most},
+                                    {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"}}});
+  };
+  ASSERT_EQ(sheet("1000").code, 0);
+  const auto expected = test::ReadFile(mFolder.Path("sheet.png"));
+  EXPECT_EQ(sheet("1").errors, "");
+  EXPECT_EQ(test::ReadFile(mFolder.Path("sheet.png")), expected);
+  const auto none = sheet("0");
+  EXPECT_EQ(none.code, 4);
+  EXPECT_EQ(none.errors, "rimage: " + mFolder.Path("sheet.png") +
+                             ": not enough memory, or too many processes, for a thread\n");
+}
+
 TEST_F(Sheet, IsLimitedByTheMemoryLimit) {
   const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
   const auto result =
@@ -193,25 +214,27 @@ TEST_F(Sheet, IsLimitedByTheMemoryLimit) {
 }
 
 // rimage sheet *.png
-TEST_F(Sheet, AForgottenOutputLosesNoPicture) {
+TEST_F(Sheet, AForgottenOutputLosesNoFile) {
   const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
-  const std::string b = Put("b.png", Plain(10, 10, 0xFF2B2B2F));
-  const auto before = test::ReadFile(b);
-  const auto result = RunTool({"sheet", a, b});
-  EXPECT_EQ(result.code, 2);
-  EXPECT_EQ(result.errors,
-            "rimage: " + b +
-                ": this picture is no sheet and would be replaced (OUT comes last; remove the file if it may "
-                "go)\n");
-  EXPECT_EQ(test::ReadFile(b), before);
-  EXPECT_EQ(test::ListFolder(mFolder.Path("")), (std::vector<std::string>{"a.png", "b.png"}));
+  auto cut = test::ReadFile(a);
+  cut.pop_back();
+  for (const std::string& out : {Put("b.png", Plain(10, 10, kBackground)), mFolder.Write("cut.png", cut)}) {
+    const auto before = test::ReadFile(out);
+    const auto result = RunTool({"sheet", a, out});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.errors, "rimage: " + out +
+                                 ": there is such a file, which the sheet would replace (OUT comes last; "
+                                 "--replace allows it)\n");
+    EXPECT_EQ(test::ReadFile(out), before);
+  }
+  EXPECT_EQ(test::ListFolder(mFolder.Path("")), (std::vector<std::string>{"a.png", "b.png", "cut.png"}));
 }
 
 TEST_F(Sheet, IsNoneOfItsPictures) {
   const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
   std::filesystem::create_symlink("a.png", mFolder.Path("link.png"));
   for (const std::string& out : {a, mFolder.Path("./a.png"), mFolder.Path("link.png")}) {
-    const auto result = RunTool({"sheet", mFolder.Path("none.png"), a, out});
+    const auto result = RunTool({"sheet", mFolder.Path("none.png"), a, out, "--replace"});
     EXPECT_EQ(result.code, 2);
     EXPECT_EQ(result.errors,
               "rimage: " + out +
@@ -221,26 +244,22 @@ TEST_F(Sheet, IsNoneOfItsPictures) {
   }
 }
 
-TEST_F(Sheet, EarlierSheetsAreReplaced) {
+TEST_F(Sheet, FilesAreReplacedOnDemandAndEmptyOnesAlways) {
   const std::string a = Put("a.png", test::MakeNoise(90, 90));
-  for (const Arguments& out :
-       {Arguments{"s.png"}, {"s.tif"}, {"s.tga"}, {"s.bmp"}, {"s.jpg", "--quality=0"}}) {
-    Arguments arguments = {"sheet", a};
-    arguments.insert(arguments.end(), out.begin(), out.end());
-    arguments[2] = mFolder.Path(out[0]);
-    ASSERT_EQ(RunTool(arguments).code, 0) << out[0];
-    arguments.push_back("--size=40");
-    ASSERT_EQ(RunTool(arguments).code, 0) << out[0];
-    EXPECT_EQ(test::Load(arguments[2]).size(), PageSize(1, 1, 40)) << out[0];
+  for (const char* name : {"s.png", "s.yuv", "s.jpg"}) {
+    const std::string out = mFolder.Write(name, {1, 2, 3});
+    EXPECT_EQ(RunTool({"sheet", a, out, "--replace"}).code, 0) << name;
+    EXPECT_GT(test::ReadFile(out).size(), 3U) << name;
   }
-  const std::string garbage = mFolder.Write("s.png", {1, 2, 3});
-  EXPECT_EQ(RunTool({"sheet", a, garbage}).code, 0) << "no picture is lost";
+  const std::string empty = mFolder.Write("empty.png", {});
+  EXPECT_EQ(RunTool({"sheet", a, empty}).code, 0);
+  EXPECT_EQ(test::Load(empty).size(), PageSize(1, 1, 160));
 }
 
 TEST_F(Sheet, HasTheOptionsOfWriters) {
   const std::string a = Put("a.png", test::MakeNoise(90, 90));
   const auto size = [&](const char* name, const char* option) {
-    EXPECT_EQ(RunTool({"sheet", a, mFolder.Path(name), option}).code, 0) << option;
+    EXPECT_EQ(RunTool({"sheet", a, mFolder.Path(name), option, "--replace"}).code, 0) << option;
     return test::ReadFile(mFolder.Path(name)).size();
   };
   EXPECT_LT(size("s.jpg", "--quality=0"), size("s.jpg", "--quality=100"));

@@ -8,7 +8,7 @@
 #include <QThreadPool>
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
+#include <filesystem>
 #include <latch>
 #include <memory>
 #include <optional>
@@ -25,6 +25,7 @@ struct Options {
   std::vector<std::string> files;  // the last one is the sheet
   int columns = 0;                 // 0: about as many as rows
   int size = 160;
+  bool replace = false;
   ReadOptions read;
   WriteOptions write;
 };
@@ -43,26 +44,27 @@ struct Tile {
   QString detail;
 };
 
-void RequireThreads(int count) {
+// Returns how many threads can run at a time, as far as `most`.
+int CountThreads(int most) {
   std::latch isDone(1);
-  bool canStart = true;
   std::vector<std::jthread> threads;
   try {
-    for (int i = 0; i < count; ++i) threads.emplace_back([&isDone] { isDone.wait(); });
+    while (static_cast<int>(threads.size()) < most) threads.emplace_back([&isDone] { isDone.wait(); });
   } catch (const std::exception&) {
-    canStart = false;
+    // Processes are limited, or memory is.
   }
   isDone.count_down();
-  threads.clear();
-  if (!canStart) throw std::bad_alloc();
+  return static_cast<int>(threads.size());
 }
 
 // Qt divides painting among the threads of its pool, and waits for ever for one that cannot be started. They
 // start before pictures take memory, where as many can, and stay.
-void StartPaintingThreads() {
+void StartPaintingThreads(const std::string& out) {
   QThreadPool& pool = *QThreadPool::globalInstance();
-  const int count = pool.maxThreadCount();
-  RequireThreads(count);
+  const int count = CountThreads(pool.maxThreadCount());
+  if (count == 0)
+    throw Failure(ExitCode::kWrite, out, "not enough memory, or too many processes, for a thread");
+  pool.setMaxThreadCount(count);
   pool.setExpiryTimeout(-1);
   const auto areStarted = std::make_shared<std::latch>(count + 1);
   for (int i = 0; i < count; ++i) pool.start([areStarted] { areStarted->arrive_and_wait(); });
@@ -165,27 +167,8 @@ QImage Draw(const std::vector<Tile>& tiles, const Options& options) {
   return sheet;
 }
 
-// Whether there is nothing but background along the top and the left.
-bool HasMargin(const QImage& image, int tolerance) {
-  const auto isBackground = [&](int x, int y) {
-    const QRgb pixel = image.pixel(x, y);
-    const int difference =
-        std::max({std::abs(qRed(pixel) - qRed(kBackground)), std::abs(qGreen(pixel) - qGreen(kBackground)),
-                  std::abs(qBlue(pixel) - qBlue(kBackground))});
-    return difference <= tolerance;
-  };
-  for (int x = 0; x < image.width(); ++x) {
-    if (!isBackground(x, 0)) return false;
-  }
-  for (int y = 0; y < image.height(); ++y) {
-    if (!isBackground(0, y)) return false;
-  }
-  return true;
-}
-
-// Where OUT was forgotten, the last picture stands in its place: a picture is replaced only if it is a sheet.
-void CheckTarget(Host& host, const Options& options) {
-  constexpr int kLoss = 32;  // of the worst quality
+// Where OUT was forgotten, the last picture stands in its place.
+void CheckTarget(const Options& options) {
   const std::string& out = options.files.back();
   const bool isPicture = std::any_of(options.files.begin(), options.files.end() - 1,
                                      [&](const std::string& file) { return IsSameFile(file, out); });
@@ -193,28 +176,24 @@ void CheckTarget(Host& host, const Options& options) {
     throw Failure(ExitCode::kUsage, out, "this is one of the pictures and would be replaced",
                   "the sheet needs a file of its own");
   }
-  std::optional<Picture> earlier;
-  try {
-    earlier = ReadPicture(host, out, options.read);
-  } catch (const Failure&) {
-    return;  // no picture is there
-  }
-  const bool isLossy = TakesOption(out, EncoderOption::kQuality);
-  if (HasMargin(ToQImage(*earlier), isLossy ? kLoss : 0)) return;
-  throw Failure(ExitCode::kUsage, out, "this picture is no sheet and would be replaced",
-                "OUT comes last; remove the file if it may go");
+  std::error_code error;
+  const bool isEmpty = std::filesystem::file_size(out, error) == 0;
+  // What is no file, or not to be reached, is for the writer to tell.
+  if (options.replace || isEmpty || error) return;
+  throw Failure(ExitCode::kUsage, out, "there is such a file, which the sheet would replace",
+                "OUT comes last; --replace allows it");
 }
 
 ExitCode Run(Host& host, const Options& options) {
   CheckWriting(options.files.back(), options.write);
+  CheckTarget(options);
   for (const std::string& file : options.files) PrepareToRead(host, file, options.read);
-  CheckTarget(host, options);
   host.StartGui();
-  NamingMemoryFailure(ExitCode::kWrite, options.files.back(), StartPaintingThreads);
+  const std::string& out = options.files.back();
+  NamingMemoryFailure(ExitCode::kWrite, out, [&] { StartPaintingThreads(out); });
   const auto tiles = ReadTiles(host, options);
-  NamingMemoryFailure(ExitCode::kWrite, options.files.back(), [&] {
-    WritePicture(FromQImage(Draw(tiles, options)), options.files.back(), options.write);
-  });
+  NamingMemoryFailure(ExitCode::kWrite, out,
+                      [&] { WritePicture(FromQImage(Draw(tiles, options)), out, options.write); });
   return tiles.size() + 1 == options.files.size() ? ExitCode::kOk : ExitCode::kDifferent;
 }
 
@@ -228,11 +207,10 @@ Command AddSheetCommand(CLI::App& app) {
       ->transform(WholeNumber(1, 1000));
   command->add_option("--size", options->size, "Longest side of a picture on the sheet (160)")
       ->transform(WholeNumber(16, 4096));
+  command->add_flag("--replace", options->replace, "Replace OUT when there is such a file");
   AddWriteOptions(*command, options->write);
   AddReadOptions(*command, options->read);
-  command->footer(
-      "OUT may be an earlier sheet; another picture is not replaced, so that none is lost where OUT was "
-      "forgotten.");
+  command->footer("Without --replace no file is replaced, so that none is lost where OUT was forgotten.");
   return {command,
           [command, options](Host& host) {
             Require(*command, "FILE", !options->files.empty());
