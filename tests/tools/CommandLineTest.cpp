@@ -154,16 +154,16 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Mistake{"negative",
                 {"convert", "a.dds", "b.png", "--level", "-1"},
-                "rimage: --level: wrong value '-1' (a whole number from 0 up)"},
+                "rimage: --level: wrong value '-1' (a whole number from 0 to 2147483647)"},
         Mistake{"fraction",
                 {"info", "a.dds", "--slice=1.5"},
-                "rimage: --slice: wrong value '1.5' (a whole number from 0 up)"},
+                "rimage: --slice: wrong value '1.5' (a whole number from 0 to 2147483647)"},
         Mistake{"octal",
                 {"info", "a.dds", "--max-memory=0x10"},
                 "rimage: --max-memory: wrong value '0x10' (a whole number from 1 to 1048576)"},
         Mistake{"tooLarge",
                 {"info", "a.dds", "--slice=2147483648"},
-                "rimage: --slice: wrong value '2147483648' (a whole number from 0 up)"},
+                "rimage: --slice: wrong value '2147483648' (a whole number from 0 to 2147483647)"},
         Mistake{"farTooLarge",
                 {"info", "a.png", "--max-seconds=99999999999999999999"},
                 "rimage: --max-seconds: wrong value '99999999999999999999' (a whole number from 1 to 86400)"},
@@ -178,7 +178,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "rimage: --tolerance: wrong value '+-1' (a whole number from 0 to 255)"},
         Mistake{"face",
                 {"info", "a.dds", "--face", "up"},
-                "rimage: --face: wrong value 'up' (+x, -x, +y, -y, +z, -z or a whole number from 0 up)"},
+                "rimage: --face: wrong value 'up' (+x, -x, +y, -y, +z, -z or a whole number from 0 to "
+                "2147483647)"},
         Mistake{"noNumber",
                 {"info", "a.dds", "--exposure", "nan"},
                 "rimage: --exposure: wrong value 'nan' (a number from -64 to 64)"},
@@ -190,7 +191,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "rimage: --exposure: wrong value 'inf' (a number from -64 to 64)"},
         Mistake{"base",
                 {"stereo", "a.png", "b.png", "c.png", "--x-base", "nan"},
-                "rimage: --x-base: wrong value 'nan' (a whole number from 0 up)"},
+                "rimage: --x-base: wrong value 'nan' (a whole number from 0 to 2147483647)"},
         Mistake{"nothingBehindTheEqualsSign",
                 {"convert", "--quality=", "a.png", "b.jpg"},
                 "rimage: --quality: the value is missing (a whole number from 0 to 100)"},
@@ -267,7 +268,8 @@ TEST(CommandLine, NumbersAreDecimalAndMayHaveASign) {
   const test::TemporaryFolder folder;
   test::Save(test::MakeOpaque(8, 8), folder.Path("a.png"));
   const auto width = [&](const char* size) {
-    EXPECT_EQ(RunTool({"sheet", folder.Path("a.png"), folder.Path("sheet.png"), size}).code, 0) << size;
+    EXPECT_EQ(RunTool({"sheet", folder.Path("a.png"), folder.Path("sheet.png"), size, "--replace"}).code, 0)
+        << size;
     return test::Load(folder.Path("sheet.png")).width();
   };
   EXPECT_EQ(width("--size=020"), width("--size=20")) << "and not octal";

@@ -218,6 +218,13 @@ TEST_F(KeyCommand, GraphsTellWhatIsNotReadAsWell) {
   EXPECT_EQ(result.errors, "rimage: " + graph + ": node k: IN_1 is not read with these properties\n");
 }
 
+TEST_F(KeyCommand, SequencesTellOnceWhatIsNotRead) {
+  const auto result =
+      RunTool({"key", In(), Clean(), mFolder.Path("out.#.png"), "--frames", "3-7", "--jobs", "2"}, kSettings);
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(result.errors, "rimage: key: CLEAN is not read with these properties\n");
+}
+
 TEST_F(KeyCommand, InDifferenceKeyingTheBackgroundDecidesTheSize) {
   test::Save(test::MakeOpaque(70, 20), Clean());
   ASSERT_EQ(Key({}, {In(), Clean()}, {"Mode=2", "Output=Matte", "InvertMatte=true", "Threshold=0"}).code, 0);

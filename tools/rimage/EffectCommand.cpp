@@ -70,6 +70,7 @@ ExitCode RunFrame(Host& host, const Graph& graph, const EffectOptions& options, 
   std::optional<OutputFile> saved;
   if (!options.save.empty()) saved.emplace(options.save);
   GraphRun run(host, ForFrame(graph, files), options.gpu);
+  if (files.IsFirst()) run.TellUnread();
   Picture picture = run.Evaluate(read);
   if (saved) NamingMemoryFailure(ExitCode::kWrite, options.save, [&] { WriteGraph(run.Record(), *saved); });
   WritePicture(std::move(picture), files.Output(), options.write);

@@ -25,8 +25,9 @@ struct GraphRun::Step {
   std::string subject;  // of failures
   RDestroyPtr<RImageOperator> op;
   Place place = Place::kProcessor;
-  std::vector<const Step*> from = {};  // by input: the step that it is the result of; null for a file
-  bool isHandedOver = false;           // to a step in the other place
+  std::vector<std::string> unread = {};  // inputs that are given
+  std::vector<const Step*> from = {};    // by input: the step that it is the result of; null for a file
+  bool isHandedOver = false;             // to a step in the other place
   std::unique_ptr<EffectPicture> result = {};
 };
 
@@ -59,8 +60,10 @@ std::string StoreRecord(RImageOperator& op) {
   return arc.GetText();
 }
 
-// How many inputs an effect reads depends on its properties.
-void CheckInputs(const std::string& subject, const RImageOperator& op, const GraphNode& node) {
+// How many inputs an effect reads depends on its properties. Returns the names of those that are given and
+// not read.
+std::vector<std::string> CheckInputs(const std::string& subject, const RImageOperator& op,
+                                     const GraphNode& node) {
   const auto plugs = PlugNames(op, RImageOperator::kPlugInput);
   const auto& names = node.inputNames.empty() ? plugs : node.inputNames;
   const std::size_t given = node.inputs.size();
@@ -70,9 +73,9 @@ void CheckInputs(const std::string& subject, const RImageOperator& op, const Gra
                   fmt::format("{} reads {} inputs with these properties", op.GetClassIdName(), least));
   }
   if (given >= least && given <= plugs.size()) {
-    for (std::size_t i = std::max(least, node.fixedInputs); i < given; ++i)
-      ShowNote(subject, fmt::format("{} is not read with these properties", names[i]));
-    return;
+    const std::size_t first = std::min(std::max(least, node.fixedInputs), given);
+    return {names.begin() + static_cast<std::ptrdiff_t>(first),
+            names.begin() + static_cast<std::ptrdiff_t>(given)};
   }
   const bool any = least != plugs.size();
   throw Failure(ExitCode::kUsage, subject,
@@ -118,6 +121,13 @@ GraphRun::~GraphRun() {
   while (!mSteps.empty()) mSteps.pop_back();
 }
 
+void GraphRun::TellUnread() const {
+  for (const auto& step : mSteps) {
+    for (const std::string& name : step->unread)
+      ShowNote(step->subject, fmt::format("{} is not read with these properties", name));
+  }
+}
+
 GraphRun::Step GraphRun::MakeStep(const GraphNode& node) const {
   // A sub-command that is one effect names itself.
   const std::string subject =
@@ -126,7 +136,7 @@ GraphRun::Step GraphRun::MakeStep(const GraphNode& node) const {
   RestoreRecord(subject, *step.op, node.record);
   for (const PropertySetting& setting : node.settings) SetProperty(subject, *step.op, setting);
   if (!step.op->GetProcessingNode()) throw std::bad_alloc();
-  CheckInputs(subject, *step.op, node);
+  step.unread = CheckInputs(subject, *step.op, node);
   for (const std::string& input : node.inputs) {
     if (!IsNodeName(input)) CheckReader(input);
   }

@@ -27,6 +27,8 @@ class GraphRun {
   GraphRun(const GraphRun&) = delete;
   GraphRun& operator=(const GraphRun&) = delete;
 
+  /// Shows which of the given inputs are not read, as the properties are.
+  void TellUnread() const;
   /// Reads the pictures, evaluates the graph and returns the output's picture.
   Picture Evaluate(const ReadOptions& options);
   /// Tells for each effect what it read, what it drew with and why, where, in which form and how large.

@@ -14,8 +14,10 @@ namespace {
 // user.
 void ShowMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
   const std::string line = Printable(text.trimmed().toStdString());
-  if (type == QtFatalMsg) ShowNote("Qt", line);
-  if (HeldMessages::IsHolding()) Say(line + '\n');
+  if (type == QtFatalMsg)
+    ShowNote("Qt", line);
+  else if (HeldMessages::IsHolding())
+    Say(line + '\n');
 }
 
 }  // namespace

@@ -37,9 +37,7 @@ CLI::Validator Between(Value least, Value most, const std::string& hint) {
 }  // namespace
 
 CLI::Validator WholeNumber(std::int64_t least, std::int64_t most) {
-  return Between(least, most,
-                 most == kAnyWholeNumber ? fmt::format("a whole number from {} up", least)
-                                         : fmt::format("a whole number from {} to {}", least, most));
+  return Between(least, most, fmt::format("a whole number from {} to {}", least, most));
 }
 
 CLI::Validator Number(double least, double most) {

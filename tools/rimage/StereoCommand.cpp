@@ -67,9 +67,11 @@ class WarningKeeper : public RMessageHandler {
 /// Returns what the Cg runtime says of the last failure, and clears it; empty when there was none.
 std::string TakeCgError() {
   CGerror error = CG_NO_ERROR;
-  const std::string text = cgGetLastErrorString(&error);
+  const char* const text = cgGetLastErrorString(&error);  // null in some runtimes where there is no error
+  if (error == CG_NO_ERROR) return "";
+  const std::string copy = text;
   (void)cgGetError();  // some runtimes keep it until it is asked for so
-  return error == CG_NO_ERROR ? "" : text;
+  return copy;
 }
 
 /// A view on a texture, the rows as the record has them: the bottom one first.
