@@ -14,9 +14,8 @@ class RQtImagePlugin : public QImageIOPlugin {
  public:
   /// Null where memory runs out, which Qt takes for a plugin that cannot be loaded.
   static void* operator new(std::size_t size) noexcept;
-  static void* operator new(std::size_t /*size*/, void* place) noexcept {
-    return place;
-  }  // Qt's types need it
+  /// For Qt's table of types, which can make objects in a given place.
+  static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
   static void operator delete(void* plugin) noexcept;
 
   /// None where memory runs out.

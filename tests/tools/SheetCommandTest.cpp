@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 
 #include "TestPictures.h"
@@ -264,6 +265,16 @@ TEST_F(Sheet, HasTheOptionsOfWriters) {
   };
   EXPECT_LT(size("s.jpg", "--quality=0"), size("s.jpg", "--quality=100"));
   EXPECT_LT(size("s.png", "--compression=100"), size("s.png", "--compression=0"));
+}
+
+// The program cannot go on without the platform that the environment asks for.
+TEST_F(Sheet, QtTellsOnceWhyItAborts) {
+  const std::string a = Put("a.png", Plain(10, 10, 0xFF00FF00));
+  const auto result =
+      RunTool({"sheet", a, mFolder.Path("sheet.png")}, {.environment = {{"QT_QPA_PLATFORM", "nonsense"}}});
+  EXPECT_EQ(result.code, -SIGABRT);
+  EXPECT_THAT(result.errors, testing::StartsWith("rimage: Qt: This application failed to start"));
+  EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1) << result.errors;
 }
 
 TEST_F(Sheet, UnknownExtensionIsAWritingFailure) {
