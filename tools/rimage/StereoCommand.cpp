@@ -69,7 +69,7 @@ std::string TakeCgError() {
   CGerror error = CG_NO_ERROR;
   const char* const text = cgGetLastErrorString(&error);  // null in some runtimes where there is no error
   if (error == CG_NO_ERROR) return "";
-  const std::string copy = text;
+  std::string copy = text;
   (void)cgGetError();  // some runtimes keep it until it is asked for so
   return copy;
 }
