@@ -1,7 +1,9 @@
 // Counts threads: preloaded, it writes how many a program has started to the file that COUNTED_THREADS names,
-// and lets it have no more at a time than MOST_THREADS says.
+// and lets it have no more at a time than MOST_THREADS says. The machine has as many processors as PROCESSORS
+// says.
 #include <dlfcn.h>
 #include <pthread.h>
+#include <sched.h>
 
 #include <atomic>
 #include <cerrno>
@@ -15,9 +17,9 @@ namespace {
 std::atomic<int> gCount = 0;
 std::atomic<int> gRunning = 0;
 
-int MostThreads() {
-  const char* const text = std::getenv("MOST_THREADS");
-  return text ? std::atoi(text) : std::numeric_limits<int>::max();
+int NumberFrom(const char* variable, int otherwise) {
+  const char* const text = std::getenv(variable);
+  return text ? std::atoi(text) : otherwise;
 }
 
 struct Start {
@@ -51,7 +53,7 @@ const AtExit gAtExit;
 
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
                               void* argument) noexcept {
-  if (++gRunning > MostThreads()) {
+  if (++gRunning > NumberFrom("MOST_THREADS", std::numeric_limits<int>::max())) {
     --gRunning;
     return EAGAIN;
   }
@@ -65,4 +67,11 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
   else
     --gRunning;
   return error;
+}
+
+extern "C" int sched_getaffinity(pid_t process, std::size_t size, cpu_set_t* set) noexcept {
+  using Function = int(pid_t, std::size_t, cpu_set_t*);
+  const int result = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, "sched_getaffinity"))(process, size, set);
+  for (int i = 0; result == 0 && i < NumberFrom("PROCESSORS", 0); ++i) CPU_SET_S(i, size, set);
+  return result;
 }

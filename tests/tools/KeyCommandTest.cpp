@@ -218,11 +218,22 @@ TEST_F(KeyCommand, GraphsTellWhatIsNotReadAsWell) {
   EXPECT_EQ(result.errors, "rimage: " + graph + ": node k: IN_1 is not read with these properties\n");
 }
 
+// Whichever of the frames is worked on first.
 TEST_F(KeyCommand, SequencesTellOnceWhatIsNotRead) {
-  const auto result =
-      RunTool({"key", In(), Clean(), mFolder.Path("out.#.png"), "--frames", "3-7", "--jobs", "2"}, kSettings);
-  EXPECT_EQ(result.code, 0);
-  EXPECT_EQ(result.errors, "rimage: key: CLEAN is not read with these properties\n");
+  for (const int frame : {2, 3, 4})
+    test::Save(test::Load(In()), mFolder.Path("in." + std::to_string(frame) + ".png"));
+  for (const test::Arguments& more : {test::Arguments{"--jobs", "2"}, {"--shard", "2/2"}, {}}) {
+    test::Arguments arguments = {
+        "key", mFolder.Path("in.#.png"), Clean(), mFolder.Path("out.#.png"), "--frames", "1-4", "--missing",
+        "skip"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    const auto result = RunTool(arguments, kSettings);
+    EXPECT_EQ(result.code, 0);
+    const std::string note = "rimage: key: CLEAN is not read with these properties\n";
+    const auto first = result.errors.find(note);
+    ASSERT_NE(first, std::string::npos) << result.errors;
+    EXPECT_EQ(result.errors.find(note, first + 1), std::string::npos) << result.errors;
+  }
 }
 
 TEST_F(KeyCommand, InDifferenceKeyingTheBackgroundDecidesTheSize) {

@@ -16,6 +16,7 @@
 #include "GraphRun.h"
 #include "OutputFile.h"
 #include "RealNames.h"
+#include "SharedFlag.h"
 
 namespace {
 
@@ -63,14 +64,15 @@ Graph ForFrame(Graph graph, const FrameFiles& files) {
   return graph;
 }
 
-ExitCode RunFrame(Host& host, const Graph& graph, const EffectOptions& options, const FrameFiles& files) {
+ExitCode RunFrame(Host& host, const Graph& graph, const EffectOptions& options, const FrameFiles& files,
+                  SharedFlag& toldUnread) {
   const ReadOptions read = files.Reading(options.read);
   PrepareToRead(host, "", read);
   // Neither file takes its place before the other one is sure to.
   std::optional<OutputFile> saved;
   if (!options.save.empty()) saved.emplace(options.save);
   GraphRun run(host, ForFrame(graph, files), options.gpu);
-  if (files.IsFirst()) run.TellUnread();
+  if (toldUnread.IsFirst()) run.TellUnread();
   Picture picture = run.Evaluate(read);
   if (saved) NamingMemoryFailure(ExitCode::kWrite, options.save, [&] { WriteGraph(run.Record(), *saved); });
   WritePicture(std::move(picture), files.Output(), options.write);
@@ -121,7 +123,8 @@ ExitCode RunGraph(Host& host, const Graph& graph, const std::vector<std::string>
     }
     (void)host.FindGpu(options.gpu);
   };
-  task.run = [&](const FrameFiles& frame) { return RunFrame(host, graph, options, frame); };
+  SharedFlag toldUnread;
+  task.run = [&](const FrameFiles& frame) { return RunFrame(host, graph, options, frame, toldUnread); };
   return RunFrames(options.sequence, task);
 }
 

@@ -36,7 +36,7 @@ FrameFiles::FrameFiles(const FrameNames& names) : mOutput(names.output) {
 }
 
 FrameFiles::FrameFiles(const FrameNames& names, int frame, std::span<const int> frames, MissingPolicy policy)
-    : mIsFirst(frame == frames.front()), mOutput(FrameName(names.output, frame)) {
+    : mOutput(FrameName(names.output, frame)) {
   for (const std::string& input : names.inputs) {
     mInputs[input] = FrameName(input, frame);
     if (IsFramePattern(input) && !Exists(mInputs[input])) Find(input, frame, frames, policy);

@@ -32,8 +32,6 @@ class FrameFiles {
   /// the policy has nothing for it.
   FrameFiles(const FrameNames& names, int frame, std::span<const int> frames, MissingPolicy policy);
 
-  /// Whether this is the frame that tells what holds for all of them: the first of the list, or the only one.
-  bool IsFirst() const { return mIsFirst; }
   /// Whether a file is missing and the frame is to be left out.
   bool IsLeftOut() const { return mIsLeftOut; }
   /// Whether the output is there, not empty, and newer than everything that the frame reads.
@@ -48,7 +46,6 @@ class FrameFiles {
  private:
   void Find(const std::string& pattern, int frame, std::span<const int> frames, MissingPolicy policy);
 
-  bool mIsFirst = true;
   bool mIsLeftOut = false;
   std::string mOutput;
   std::map<std::string, std::string> mInputs;  // by name or pattern

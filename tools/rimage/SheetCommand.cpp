@@ -8,6 +8,7 @@
 #include <QThreadPool>
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <latch>
 #include <memory>
@@ -44,31 +45,38 @@ struct Tile {
   QString detail;
 };
 
-// Returns how many threads can run at a time, as far as `most`.
-int CountThreads(int most) {
+// Whether threads can run, this many at a time.
+bool CanStartThreads(int count) {
   std::latch isDone(1);
   std::vector<std::jthread> threads;
+  const auto run = [&isDone] {
+    // With its first allocation a thread takes the room for all that follow.
+    void* const volatile room = std::malloc(1);
+    std::free(room);
+    isDone.wait();
+  };
+  bool can = true;
   try {
-    while (static_cast<int>(threads.size()) < most) threads.emplace_back([&isDone] { isDone.wait(); });
+    for (int i = 0; i < count; ++i) threads.emplace_back(run);
   } catch (const std::exception&) {
-    // Processes are limited, or memory is.
+    can = false;
   }
   isDone.count_down();
-  return static_cast<int>(threads.size());
+  return can;
 }
 
-// Qt divides painting among the threads of its pool, and waits for ever for one that cannot be started. They
-// start before pictures take memory, where as many can, and stay.
-void StartPaintingThreads(const std::string& out) {
-  QThreadPool& pool = *QThreadPool::globalInstance();
-  const int count = CountThreads(pool.maxThreadCount());
-  if (count == 0)
+// Qt divides painting among the threads of its pool, and waits for ever for one that cannot be started. So
+// there is one, which starts before pictures take memory, and stays.
+void StartPaintingThread(const std::string& out) {
+  // A thread of Qt's takes more than a bare one, and those that have ended count for a while.
+  if (!CanStartThreads(2))
     throw Failure(ExitCode::kWrite, out, "not enough memory, or too many processes, for a thread");
-  pool.setMaxThreadCount(count);
+  QThreadPool& pool = *QThreadPool::globalInstance();
+  pool.setMaxThreadCount(1);
   pool.setExpiryTimeout(-1);
-  const auto areStarted = std::make_shared<std::latch>(count + 1);
-  for (int i = 0; i < count; ++i) pool.start([areStarted] { areStarted->arrive_and_wait(); });
-  areStarted->arrive_and_wait();
+  const auto isStarted = std::make_shared<std::latch>(1);
+  pool.start([isStarted] { isStarted->count_down(); });
+  isStarted->wait();
 }
 
 // Shrinks smoothly what is too large and enlarges small pictures by whole numbers, so that their pixels show.
@@ -187,10 +195,11 @@ void CheckTarget(const Options& options) {
 ExitCode Run(Host& host, const Options& options) {
   CheckWriting(options.files.back(), options.write);
   CheckTarget(options);
-  for (const std::string& file : options.files) PrepareToRead(host, file, options.read);
+  for (auto file = options.files.begin(); file != options.files.end() - 1; ++file)
+    PrepareToRead(host, *file, options.read);
   host.StartGui();
   const std::string& out = options.files.back();
-  NamingMemoryFailure(ExitCode::kWrite, out, [&] { StartPaintingThreads(out); });
+  NamingMemoryFailure(ExitCode::kWrite, out, [&] { StartPaintingThread(out); });
   const auto tiles = ReadTiles(host, options);
   NamingMemoryFailure(ExitCode::kWrite, out,
                       [&] { WritePicture(FromQImage(Draw(tiles, options)), out, options.write); });
@@ -210,7 +219,9 @@ Command AddSheetCommand(CLI::App& app) {
   command->add_flag("--replace", options->replace, "Replace OUT when there is such a file");
   AddWriteOptions(*command, options->write);
   AddReadOptions(*command, options->read);
-  command->footer("Without --replace no file is replaced, so that none is lost where OUT was forgotten.");
+  command->footer(
+      "Without --replace no file but an empty one is replaced, so that none is lost where OUT was "
+      "forgotten.");
   return {command,
           [command, options](Host& host) {
             Require(*command, "FILE", !options->files.empty());
