@@ -8,9 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <span>
 #include <string_view>
 
@@ -18,6 +16,7 @@
 #include "image/RPixelKernels.h"
 #include "streams/QImageLayout.h"
 #include "streams/QImageResolution.h"
+#include "streams/QImageSize.h"
 #include "streams/RCheckedFile.h"
 #include "streams/REndingFile.h"
 #include "streams/RImageTarget.h"
@@ -60,12 +59,6 @@ kFileKind UsableKindOf(const QByteArray& suffix, const QList<QByteArray>& qtForm
   const bool listed = std::ranges::any_of(
       qtFormats, [&](const QByteArray& format) { return format.compare(suffix, Qt::CaseInsensitive) == 0; });
   return listed ? KindOf(suffix) : kFileNone;
-}
-
-// Qt tells the height of a BMP file whose top row comes first with a minus sign.
-QSize SizeOf(const QImageReader& reader) {
-  const QSize size = reader.size();
-  return {size.width(), std::abs(std::max(size.height(), -std::numeric_limits<int>::max()))};
 }
 
 // Reads the picture that `reader` found to be of `format`.

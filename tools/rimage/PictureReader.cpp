@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <limits>
 
 #include "FileFormats.h"
 #include "FrameNumbers.h"
@@ -20,6 +19,7 @@
 #include "PictureHeader.h"
 #include "TextureDrawing.h"
 #include "rbaselib/RFile.h"
+#include "streams/QImageSize.h"
 #include "streams/RByteReader.h"
 #include "streams/RImageStreamQT.h"
 
@@ -55,12 +55,6 @@ void CheckFile(const std::string& path) {
 
 bool IsReadThroughQt(const std::string& path) {
   return StreamClass(kReaderGroup, path) == RImageStreamQT::ClassName;
-}
-
-// Qt tells the height of a BMP file whose top row comes first with a minus sign.
-QSize SizeOf(const QImageReader& reader) {
-  const QSize size = reader.size();
-  return {size.width(), std::abs(std::max(size.height(), -std::numeric_limits<int>::max()))};
 }
 
 QtDescription Describe(const std::string& path) {
