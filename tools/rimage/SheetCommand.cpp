@@ -13,6 +13,7 @@
 #include <latch>
 #include <memory>
 #include <optional>
+#include <span>
 #include <thread>
 
 #include "Commands.h"
@@ -37,6 +38,11 @@ constexpr int kLabelHeight = 2 * kLineHeight + 4;
 constexpr QRgb kBackground = qRgb(43, 43, 46);
 constexpr QRgb kNameColour = qRgb(235, 235, 235);
 constexpr QRgb kDetailColour = qRgb(160, 160, 165);
+
+// All files but the sheet.
+std::span<const std::string> PicturesOf(const Options& options) {
+  return std::span(options.files).first(options.files.size() - 1);
+}
 
 // A tile of the sheet: the picture at its final size and its two lines of text.
 struct Tile {
@@ -137,10 +143,10 @@ int ColumnsFor(const Options& options, std::size_t count) {
 std::vector<Tile> ReadTiles(Host& host, const Options& options) {
   std::vector<Tile> tiles;
   std::optional<Failure> last;
-  for (auto file = options.files.begin(); file != options.files.end() - 1; ++file) {
+  for (const std::string& file : PicturesOf(options)) {
     try {
       tiles.push_back(
-          NamingMemoryFailure(ExitCode::kRead, *file, [&] { return MakeTile(host, *file, options); }));
+          NamingMemoryFailure(ExitCode::kRead, file, [&] { return MakeTile(host, file, options); }));
     } catch (const Failure& failure) {
       if (last) Show(*last);
       last = failure;
@@ -178,8 +184,8 @@ QImage Draw(const std::vector<Tile>& tiles, const Options& options) {
 // Where OUT was forgotten, the last picture stands in its place.
 void CheckTarget(const Options& options) {
   const std::string& out = options.files.back();
-  const bool isPicture = std::any_of(options.files.begin(), options.files.end() - 1,
-                                     [&](const std::string& file) { return IsSameFile(file, out); });
+  const bool isPicture = std::ranges::any_of(PicturesOf(options),
+                                             [&](const std::string& file) { return IsSameFile(file, out); });
   if (isPicture) {
     throw Failure(ExitCode::kUsage, out, "this is one of the pictures and would be replaced",
                   "the sheet needs a file of its own");
@@ -193,12 +199,11 @@ void CheckTarget(const Options& options) {
 }
 
 ExitCode Run(Host& host, const Options& options) {
-  CheckWriting(options.files.back(), options.write);
-  CheckTarget(options);
-  for (auto file = options.files.begin(); file != options.files.end() - 1; ++file)
-    PrepareToRead(host, *file, options.read);
-  host.StartGui();
   const std::string& out = options.files.back();
+  CheckWriting(out, options.write);
+  CheckTarget(options);
+  for (const std::string& file : PicturesOf(options)) PrepareToRead(host, file, options.read);
+  host.StartGui();
   NamingMemoryFailure(ExitCode::kWrite, out, [&] { StartPaintingThread(out); });
   const auto tiles = ReadTiles(host, options);
   NamingMemoryFailure(ExitCode::kWrite, out,
