@@ -40,11 +40,7 @@ void PrintTo(const InputCase& input, std::ostream* stream) { *stream << input.na
 const std::vector<InputCase> kInputs = {
     {"Missing", "No such file or directory", [](const auto& f) { return f.Path("none.png"); }},
     {"MissingFolder", "No such file or directory", [](const auto& f) { return f.Path("none/in.png"); }},
-    {"Folder", "this is a folder",
-     [](const auto& f) {
-       fs::create_directory(f.Path("folder.png"));
-       return f.Path("folder.png");
-     }},
+    {"Folder", "this is a folder", [](const auto& f) { return test::MakeFolder(f.Path("folder.png")); }},
     {"FileAsFolder", "Not a directory", [](const auto& f) { return f.Path("good.png/in.png"); }},
     {"Empty", "the file is empty", [](const auto& f) { return f.Write("empty.png", {}); }},
     {"NamedPipe", "this is no regular file",
@@ -56,10 +52,7 @@ const std::vector<InputCase> kInputs = {
     {"EmptyDevice", "this is no regular file",
      [](const auto& f) { return test::MakeLink(f.Path("null.png"), "/dev/null"); }},
     {"LinksInACircle", "Too many levels of symbolic links",
-     [](const auto& f) {
-       (void)test::MakeLink(f.Path("b.png"), "a.png");
-       return test::MakeLink(f.Path("a.png"), "b.png");
-     }},
+     [](const auto& f) { return test::MakeLinksInACircle(f); }},
     {"LinkToItself", "Too many levels of symbolic links",
      [](const auto& f) { return test::MakeLink(f.Path("self.png"), "self.png"); }},
     {"LinkToNothing", "No such file or directory",
@@ -78,12 +71,7 @@ const std::vector<InputCase> kInputs = {
      }},
     {"NameOver255Bytes", "File name too long",
      [](const auto& f) { return f.Path(std::string(252, 'n') + ".png"); }},
-    {"PathOver4096Bytes", "File name too long",
-     [](const auto& f) {
-       std::string path = f.Path("");
-       while (path.size() < 4096) path += "./";
-       return path + "good.png";
-     }},
+    {"PathOver4096Bytes", "File name too long", [](const auto& f) { return test::LongPath(f, "good.png"); }},
     {"NameThatIsNotUtf8", "the name is not UTF-8 (rename the file)",
      [](const auto& f) { return f.Write("\xFF.png", {1}); }, false},
     {"OtherContents", "the png file is damaged or of a kind that is not read",
@@ -142,11 +130,7 @@ void PrintTo(const GraphCase& graph, std::ostream* stream) { *stream << graph.na
 
 const std::vector<GraphCase> kGraphs = {
     {"Missing", 3, "No such file or directory", [](const auto& f) { return f.Path("none.json"); }},
-    {"Folder", 3, "this is a folder",
-     [](const auto& f) {
-       fs::create_directory(f.Path("folder.json"));
-       return f.Path("folder.json");
-     }},
+    {"Folder", 3, "this is a folder", [](const auto& f) { return test::MakeFolder(f.Path("folder.json")); }},
     {"NamedPipe", 3, "this is no regular file",
      [](const auto& f) { return test::MakePipe(f.Path("pipe.json")); }},
     {"EndlessDevice", 3, "this is no regular file", [](const auto&) { return std::string("/dev/zero"); }},

@@ -101,6 +101,22 @@ std::string MakeSocket(const std::string& path) {
   return path;
 }
 
+std::string MakeFolder(const std::string& path) {
+  fs::create_directory(path);
+  return path;
+}
+
+std::string MakeLinksInACircle(const TemporaryFolder& folder) {
+  (void)MakeLink(folder.Path("b.png"), "a.png");
+  return MakeLink(folder.Path("a.png"), "b.png");
+}
+
+std::string LongPath(const TemporaryFolder& folder, const std::string& name) {
+  std::string path = folder.Path("");
+  while (path.size() < 4096) path += "./";
+  return path + name;
+}
+
 std::string MakePipe(const std::string& path) {
   EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
   return path;

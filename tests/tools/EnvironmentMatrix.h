@@ -49,9 +49,14 @@ using Contents = std::map<std::string, std::string>;
 Contents TakeContents(const std::string& folder);
 
 /// Make what is no regular file, and return its path.
+std::string MakeFolder(const std::string& path);
 std::string MakeSocket(const std::string& path);
 std::string MakePipe(const std::string& path);
 std::string MakeLink(const std::string& path, const std::string& target);
+/// Makes two links in a folder that lead to each other, and returns the path of one.
+std::string MakeLinksInACircle(const TemporaryFolder& folder);
+/// Returns a path of more than 4096 bytes to a name in a folder.
+std::string LongPath(const TemporaryFolder& folder, const std::string& name);
 
 /// A folder with two pictures, good.png and second.png.
 class Matrix : public testing::Test {

@@ -41,11 +41,7 @@ void PrintTo(const OutputCase& output, std::ostream* stream) { *stream << output
 const std::vector<OutputCase> kOutputs = {
     {"MissingFolder", "the folder '", [](const auto& f) { return f.Path("none/out.png"); }},
     {"FileAsFolder", "Not a directory", [](const auto& f) { return f.Path("good.png/out.png"); }},
-    {"Folder", "this is a folder",
-     [](const auto& f) {
-       fs::create_directory(f.Path("folder.png"));
-       return f.Path("folder.png");
-     }},
+    {"Folder", "this is a folder", [](const auto& f) { return test::MakeFolder(f.Path("folder.png")); }},
     {"ReadOnlyFolder", "Permission denied",
      [](const auto& f) {
        fs::create_directory(f.Path("folder"));
@@ -67,18 +63,10 @@ const std::vector<OutputCase> kOutputs = {
     {"FolderThatTakesNoFiles", "the folder '/proc' takes no files",
      [](const auto&) { return std::string("/proc/out.png"); }},
     {"LinksInACircle", "Too many levels of symbolic links",
-     [](const auto& f) {
-       (void)test::MakeLink(f.Path("b.png"), "a.png");
-       return test::MakeLink(f.Path("a.png"), "b.png");
-     }},
+     [](const auto& f) { return test::MakeLinksInACircle(f); }},
     {"NameOver255Bytes", "File name too long",
      [](const auto& f) { return f.Path(std::string(252, 'n') + ".png"); }},
-    {"PathOver4096Bytes", "File name too long",
-     [](const auto& f) {
-       std::string path = f.Path("");
-       while (path.size() < 4096) path += "./";
-       return path + "out.png";
-     }},
+    {"PathOver4096Bytes", "File name too long", [](const auto& f) { return test::LongPath(f, "out.png"); }},
     {"UnknownExtension", "no way to write the extension 'gif' (known: ",
      [](const auto& f) { return f.Write("out.gif", test::kEarlier); }},
     {"NoExtension", "the name has no extension that tells how to write it (known: ",
